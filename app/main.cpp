@@ -1,0 +1,34 @@
+#include "app/updaterun.h"
+#include "discovery/cupdatecollector.h"
+#include "discovery/cversion.h"
+#include "install/cworker.h"
+#include "system/csystem_vesta.h"
+
+namespace {
+
+CollectorEnvironment deviceEnvironment(const CSystemTemplate& system)
+{
+    CollectorEnvironment environment;
+    environment.deviceBsp = system.bspVersion;
+    environment.helpVersionFile = system.shareDir + QStringLiteral("help/version.txt");
+    return environment;
+}
+
+// The process-wide objects, constructed in this order before main() runs and
+// destroyed in reverse order at exit. The platform object comes first: it opens
+// the console that every later diagnostic line goes to.
+CSystem_Vesta g_system;
+CUpdateCollector g_collector(6, deviceEnvironment(g_system));
+CWorker g_worker(g_system);
+const CVersion g_installerVersion(QStringLiteral("2.0.0"));
+const CVersion g_installerBuild(QStringLiteral("34725"));
+const QString g_versionSuffix;
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const ProcessObjects objects{g_system,         g_collector,      g_worker,
+                                 g_installerVersion, g_installerBuild, g_versionSuffix};
+    return runInstaller(argc, argv, objects);
+}

@@ -1,0 +1,144 @@
+#include "app/updaterun.h"
+
+#include "app/commandline.h"
+#include "discovery/cupdatecollector.h"
+#include "install/cworker.h"
+#include "system/csystemtemplate.h"
+#include "ui/cmainwidget.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QDebug>
+#include <QIcon>
+#include <QTextStream>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+// Exit codes of the window's event loop, and of a failed RAM-disk remount.
+enum RunCode {
+    LoopQuit = 1,
+    LoopNewInstaller = 2,
+    LoopReboot = 3,
+    RamDiskFailed = 11,
+};
+
+QStringList argumentsOf(int argc, char** argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+// Answers the command lines that do not start an update run.
+int answerQuery(const CommandLine& line, const ProcessObjects& objects)
+{
+    switch (line.action) {
+    case CommandLine::MissingArgument:
+        qCritical("argc<2");
+        return 2;
+    case CommandLine::PrintVersion:
+        QTextStream(stdout) << objects.installerVersion.toString() << '\n';
+        return 0;
+    case CommandLine::PrintBuild:
+        QTextStream(stdout) << objects.installerBuild.toString() << '\n';
+        return 0;
+    default:
+        QTextStream(stderr) << "!!! ERROR  Unknowen parameter : " << line.argument << '\n';
+        return 3;
+    }
+}
+
+// The parts of QWS_MOUSE_PROTO, read before the toolkit starts.
+QStringList mouseProtocolParts()
+{
+    return QString::fromLocal8Bit(qgetenv("QWS_MOUSE_PROTO")).split(QLatin1Char(' '));
+}
+
+// A touch screen driven through tslib gets no mouse pointer: one blank override
+// cursor per part that names tslib, looked at from the last part to the first.
+void hidePointerOnTouchScreen(const QStringList& mouseParts)
+{
+    for (auto part = mouseParts.crbegin(); part != mouseParts.crend(); ++part) {
+        if (part->contains(QLatin1String("tslib"), Qt::CaseInsensitive))
+            QApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
+    }
+}
+
+// Shows the window until the user leaves it; returns the event loop's code.
+int runWindow(const ProcessObjects& objects)
+{
+    const CMainWidgetContext context{objects.system,           objects.worker,        objects.installerVersion,
+                                     objects.installerBuild,   objects.versionSuffix, objects.collector.truncated};
+    auto window = std::make_unique<CMainWidget>(objects.collector.packages, context);
+    QObject::connect(&objects.worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
+    window->showMaximized();
+    return QApplication::exec();
+}
+
+// The action that follows the window: restart, hand-over or reboot.
+int followUp(int result, const QString& path, CSystemTemplate& system)
+{
+    switch (result) {
+    case LoopNewInstaller:
+        system.Installer(path);
+        return 0;
+    case LoopReboot:
+        system.Reset();
+        return 0;
+    case LoopQuit:
+        system.Start_CV3();
+        return 0;
+    default:
+        // The main application stays stopped.
+        return result;
+    }
+}
+
+// Everything from the toolkit's start to the follow-up action.
+int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects& objects)
+{
+    const QStringList mouseParts = mouseProtocolParts();
+    QApplication application(argc, argv);
+    hidePointerOnTouchScreen(mouseParts);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/png/package")));
+
+    objects.system.Stop_CV3();
+    if (!objects.system.Mount_Tmpf_Bigger(true)) {
+        qCritical("Mount error RAM-Disk 1");
+        return RamDiskFailed;
+    }
+
+    int result = runWindow(objects);
+
+    if (!objects.system.Mount_Tmpf_Bigger(false)) {
+        qCritical("Mount error RAM-Disk 2");
+        return RamDiskFailed;
+    }
+    qDebug() << "update ret=" << result;
+    return followUp(result, path, objects.system);
+}
+
+} // namespace
+
+int runInstaller(int& argc, char** argv, const ProcessObjects& objects)
+{
+    const CommandLine line = parseCommandLine(argumentsOf(argc, argv));
+    if (line.action != CommandLine::UpdateRun)
+        return answerQuery(line, objects);
+
+    qWarning() << "update " << objects.installerVersion << "  " << objects.installerBuild;
+    if (line.path.isEmpty()) {
+        qWarning() << "Path is empty";
+        return 0;
+    }
+
+    const int found = objects.collector.scan(line.path);
+    qWarning() << "update found " << found << " files in " << line.path;
+    if (found == 0)
+        return 0;
+    return runUpdate(argc, argv, line.path, objects);
+}

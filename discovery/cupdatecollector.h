@@ -1,0 +1,56 @@
+#pragma once
+
+#include "discovery/cversion.h"
+#include "discovery/updatepackage.h"
+
+#include <QList>
+#include <QString>
+
+// What the collector needs to know about the device. The defaults are the
+// device's own paths and time limits; tests replace them.
+struct CollectorEnvironment
+{
+    // The device's BSP version text, as the platform object read it.
+    QString deviceBsp;
+    // Installed version of installer packages: the installer's own version.
+    CVersion installerVersion = CVersion(2, 0, 0, false);
+    // The main application, asked with "-v" for the installed program version.
+    QString programPath = QStringLiteral("/usr/local/bin/corvane");
+    // Key=value file whose "version" key is the installed help-files version.
+    QString helpVersionFile = QStringLiteral("/usr/local/share/corvane/help/version.txt");
+    // Time limits of the program version query, in milliseconds.
+    int programStartMs = 400;
+    int programFinishMs = 5000;
+};
+
+// Turns the update medium's directory into the list of package records, with
+// installed versions and the pre-selection.
+class CUpdateCollector
+{
+public:
+    explicit CUpdateCollector(int maxCount, const CollectorEnvironment& environment = CollectorEnvironment());
+
+    // Replaces the device facts used by later scans.
+    void setEnvironment(const CollectorEnvironment& environment);
+    [[nodiscard]] const CollectorEnvironment& environment() const { return m_environment; }
+
+    // Rebuilds packages from the "*.tar.bz2" archives in path (at most maxCount of
+    // them, case-blind name order) and returns the number of records.
+    int scan(const QString& path);
+
+    // Fills record.installed by kind and keeps it selected only if it is newer.
+    void SetCurrent(UpdatePackage& record);
+
+    // Leaves only the newest selected version of each kind selected (ties all stay).
+    void keepNewestPerKind();
+
+    // Asks "<programPath> -v" for its version; the unknown version on any failure.
+    [[nodiscard]] CVersion readProgramVersion(const QString& programPath) const;
+
+    int maxCount;
+    bool truncated = false;
+    QList<UpdatePackage> packages;
+
+private:
+    CollectorEnvironment m_environment;
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "system/csystemtemplate.h"
+
+// Time limits of the platform's commands, in milliseconds. The defaults are the
+// device's; tests lower them to reach the time-out paths in seconds.
+struct SystemBudgets
+{
+    int startMs = 1000;          // any waited command must start within this
+    int verifyMs = 50000;        // openssl signature check
+    int unpackBaseMs = 5000;     // tar: this much plus ...
+    int unpackBytesPerMs = 200;  // ... 1 ms per this many bytes of the package
+    int prepareSleepMs = 1000;   // pause after recreating the unpack directory
+
+    // The time tar may take for a package of packageBytes bytes.
+    [[nodiscard]] int unpackBudgetMs(qint64 packageBytes) const;
+};
+
+// The platform object of the one supported device. Its constructor reads the BSP
+// version, opens /dev/console for diagnostics (ending the process with status 1
+// if it cannot) and installs the console message handler.
+class CSystem_Vesta : public CSystemTemplate
+{
+public:
+    CSystem_Vesta();
+    ~CSystem_Vesta();
+
+    void setBudgets(const SystemBudgets& budgets) { m_budgets = budgets; }
+    [[nodiscard]] const SystemBudgets& budgets() const { return m_budgets; }
+
+    QString UpdateKeyFile() override;
+    bool Stop_CV3() override;
+    bool Start_CV3() override;
+    bool Installer(const QString& argument) override;
+    bool Reset() override;
+    bool PrepareTempDir() override;
+    bool Mount_Tmpf_Bigger(bool bigger) override;
+    bool Execute(const QString& command) override;
+    bool verifySignature(const QFileInfo& package, QString& error) override;
+    bool Unpack(const QFileInfo& package, QString& error) override;
+    bool CopySymlink(const QString& source, const QString& destination) override;
+    bool ReadBspVersion() override;
+
+private:
+    SystemBudgets m_budgets;
+};

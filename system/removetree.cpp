@@ -1,0 +1,4 @@
+#include "system/removetree.h"
+
+// Placeholder: replaced by the real implementation.
+bool RemoveTree(const QString&) { return false; }
