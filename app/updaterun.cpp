@@ -58,16 +58,6 @@ QStringList mouseProtocolParts()
     return QString::fromLocal8Bit(qgetenv("QWS_MOUSE_PROTO")).split(QLatin1Char(' '));
 }
 
-// A touch screen driven through tslib gets no mouse pointer: one blank override
-// cursor per part that names tslib, looked at from the last part to the first.
-void hidePointerOnTouchScreen(const QStringList& mouseParts)
-{
-    for (auto part = mouseParts.crbegin(); part != mouseParts.crend(); ++part) {
-        if (part->contains(QLatin1String("tslib"), Qt::CaseInsensitive))
-            QApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
-    }
-}
-
 // Shows the window until the user leaves it; returns the event loop's code.
 int runWindow(const ProcessObjects& objects)
 {
@@ -123,6 +113,14 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 }
 
 } // namespace
+
+void hidePointerOnTouchScreen(const QStringList& mouseProtocolParts)
+{
+    for (auto part = mouseProtocolParts.crbegin(); part != mouseProtocolParts.crend(); ++part) {
+        if (part->contains(QLatin1String("tslib"), Qt::CaseInsensitive))
+            QApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
+    }
+}
 
 int runInstaller(int& argc, char** argv, const ProcessObjects& objects)
 {

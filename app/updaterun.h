@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class CSystemTemplate;
 class CUpdateCollector;
@@ -22,3 +23,7 @@ struct ProcessObjects
 // window between stopping the main application and the follow-up action (restart,
 // hand-over to the new installer, or reboot). Returns the process exit status.
 int runInstaller(int& argc, char** argv, const ProcessObjects& objects);
+
+// A touch screen driven through tslib gets no mouse pointer: one blank override
+// cursor is pushed per part of QWS_MOUSE_PROTO that names tslib (any case).
+void hidePointerOnTouchScreen(const QStringList& mouseProtocolParts);
