@@ -3,8 +3,11 @@
 #include "discovery/cversion.h"
 #include "discovery/updatepackage.h"
 
+#include <QFileInfo>
 #include <QList>
 #include <QString>
+
+class CWaitedCommand;
 
 // What the collector needs to know about the device. The defaults are the
 // device's own paths and time limits; tests replace them.
@@ -52,5 +55,13 @@ public:
     QList<UpdatePackage> packages;
 
 private:
+    // A record for one archive: name read, files checked, installed version set.
+    UpdatePackage examine(const QFileInfo& archive);
+    // What is installed of the given package kind; unknown for kind 2 and others.
+    CVersion installedVersion(int kind) const;
+    static bool isKnownKind(int kind);
+    // The version in a finished query's standard output, if it exited with 0.
+    static CVersion versionFromAnswer(CWaitedCommand& query);
+
     CollectorEnvironment m_environment;
 };
