@@ -56,5 +56,16 @@ Q_SIGNALS:
     void message(const QString& text);
 
 private:
+    // Installs one selected record; InstallDone to go on with the next one.
+    int installPackage(UpdatePackage& package);
+    // Verifies, logs and unpacks the package; false after the failure was reported.
+    bool verifyAndUnpack(const UpdatePackage& package);
+    // Carries out the script's DELETE, if any; false after the failure was reported.
+    bool deleteScriptPath();
+    // Copies the number-th FILE_LIST entry name to its DEST_FILEn directory.
+    void copyListedFile(int number, const QString& name);
+    // The files of source (not its subdirectories) copied into destination.
+    void copyTreeFiles(const QString& source, const QString& destination, int depth);
+
     CSystemTemplate& m_system;
 };

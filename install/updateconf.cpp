@@ -1,0 +1,38 @@
+#include "install/updateconf.h"
+
+#include <QFile>
+#include <QTextStream>
+
+bool parseUpdateConfLine(const QString& line, QString& key, QString& value)
+{
+    const QString text = line.trimmed();
+    if (text.startsWith(QLatin1Char(';')))
+        return false;
+    const int equals = text.indexOf(QLatin1Char('='));
+    if (equals < 0)
+        return false;
+    key = text.left(equals).trimmed();
+    // Only the text up to a second '=' is the value; packages rely on this cut.
+    value = text.mid(equals + 1).section(QLatin1Char('='), 0, 0).trimmed();
+    if (value.startsWith(QLatin1Char('"'))) {
+        value.remove(QLatin1Char('"'));
+        value = value.trimmed();
+    }
+    return true;
+}
+
+QMap<QString, QString> readUpdateConf(const QString& path)
+{
+    QMap<QString, QString> script;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return script;
+    QTextStream stream(&file);
+    QString key;
+    QString value;
+    while (!stream.atEnd()) {
+        if (parseUpdateConfLine(stream.readLine(), key, value))
+            script.insert(key, value);
+    }
+    return script;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+
+// The installation script UPDATE.CONF: "key = value" lines, ';' comments.
+
+// Splits one line of the script into key and value. False for comments and for
+// lines without '='. The value ends at a second '='; a value that begins with a
+// double quote loses every double quote.
+[[nodiscard]] bool parseUpdateConfLine(const QString& line, QString& key, QString& value);
+
+// Reads the script at path; a later line replaces an earlier one with the same
+// key. An unreadable file gives an empty map.
+[[nodiscard]] QMap<QString, QString> readUpdateConf(const QString& path);
