@@ -12,6 +12,7 @@
 
 class CSystemTemplate;
 class CWorker;
+class QBoxLayout;
 class QGridLayout;
 class QGroupBox;
 class QLabel;
@@ -28,13 +29,27 @@ struct CMainWidgetContext
     bool truncated;             // more packages on the medium than were taken
 };
 
+// Event-loop exit codes with which the window ends the run.
+enum MainWidgetExitCode {
+    ExitQuit = 1,         // start the main application again
+    ExitNewInstaller = 2, // run the newly installed installer
+    ExitReboot = 3,       // reboot the device
+};
+
 // The installer's full-screen window: version line, package table with check
 // boxes, message line and the Install, Quit, Language and Help buttons.
+//
+// Object names for finding the widgets: "title", "versionLabel", "packageBox",
+// "header_<column>", "type_<i>", "installed_<i>", "version_<i>", "checkbox_<i>",
+// "reason_<i>" (i: index in packages()), "install", "quit", "language", "help",
+// "message".
 class CMainWidget : public QWidget
 {
     Q_OBJECT
 
 public:
+    // Copies and sorts packages, loads the language stored in the settings and
+    // builds the whole window.
     CMainWidget(const QList<UpdatePackage>& packages, const CMainWidgetContext& context);
     ~CMainWidget() override;
 
@@ -54,14 +69,39 @@ public:
     [[nodiscard]] CParameter& settings() { return m_settings; }
 
 public Q_SLOTS:
+    // Shows the help page: instructions, installer version and build, logo.
     void sl_BtnHelp();
+    // Lets the user pick a language; on a choice re-labels the window and rebuilds the table.
     void sl_BtnLanguage();
+    // Checks the selection, installs it and ends the event loop when the result asks for it.
     void sl_BtnInstall();
+    // Ends the event loop with ExitQuit.
     void sl_BtnQuit();
+    // Toggles the selection of the record at index (a row's check box was clicked).
     void sl_CheckMark(int index);
+    // Shows text, shortened, in the message line and draws it at once.
     void sl_Message(const QString& text);
 
 private:
+    QBoxLayout* makeTitleRow();
+    QLabel* makeVersionLabel();
+    QBoxLayout* makeButtonRow();
+    QPushButton* makeButton(const QString& icon, const QString& name, void (CMainWidget::*slot)());
+    QLabel* makeMessageLabel();
+
+    void clearTable();
+    void addHeaderRow();
+    void addPackageRow(int index);
+    void addCheckBox(int index, int row);
+    void addReason(int index, int row);
+    [[nodiscard]] QString typeName(const QString& name) const;
+    [[nodiscard]] QString reasonText(const UpdatePackage& package) const;
+
+    [[nodiscard]] bool hasSelection() const;
+    [[nodiscard]] bool hasKindConflict() const;
+    void finishInstall(int result);
+    void syncCheckBoxes();
+
     CMainWidgetContext m_context;
     QList<UpdatePackage> m_packages;
     QSignalMapper m_mapper;
