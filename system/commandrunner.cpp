@@ -14,14 +14,22 @@ QString collapsedOutput(const QByteArray& bytes)
     return QString::fromLatin1(text).simplified();
 }
 
-int runCommandSync(const QString& command)
+int runCommandSync(const QString& command, QString* errorText)
 {
     QStringList words = splitCommandLine(command);
     qDebug() << "run" << command;
-    if (words.isEmpty())
+    const QString program = words.isEmpty() ? QString() : words.takeFirst();
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(program, words);
+    const bool started = process.waitForStarted(-1);
+    if (started)
+        process.waitForFinished(-1);
+    if (errorText)
+        *errorText = process.errorString();
+    if (!started)
         return -2;
-    const QString program = words.takeFirst();
-    return QProcess::execute(program, words);
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
 bool startCommandDetached(const QString& command)

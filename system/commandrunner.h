@@ -16,9 +16,10 @@
 // NUL, read as ASCII, white space collapsed to single blanks and trimmed.
 [[nodiscard]] QString collapsedOutput(const QByteArray& bytes);
 
-// Runs command to completion. Returns its exit code, -2 if it could not be started,
-// -1 if it crashed (the values of QProcess::execute).
-int runCommandSync(const QString& command);
+// Runs command to completion, its output going to the installer's own. Returns its
+// exit code, -2 if it could not be started, -1 if it crashed (the values of
+// QProcess::execute). errorText, when given, receives the process's error text.
+int runCommandSync(const QString& command, QString* errorText = nullptr);
 
 // Starts command as an independent process; true if it could be started.
 bool startCommandDetached(const QString& command);

@@ -2,6 +2,8 @@
 
 #include "system/csystemtemplate.h"
 
+class CWaitedCommand;
+
 // Time limits of the platform's commands, in milliseconds. The defaults are the
 // device's; tests lower them to reach the time-out paths in seconds.
 struct SystemBudgets
@@ -42,5 +44,10 @@ public:
     bool ReadBspVersion() override;
 
 private:
+    // The result of a finished openssl run: crash, exit code and its answer.
+    bool judgeVerification(CWaitedCommand& openssl, QString& error);
+    // The result of a tar run that finished or ran over its budget.
+    bool judgeUnpack(CWaitedCommand& tar, QString& error);
+
     SystemBudgets m_budgets;
 };
