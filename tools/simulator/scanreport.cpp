@@ -1,0 +1,86 @@
+#include "tools/simulator/scanreport.h"
+
+#include <QStringList>
+
+namespace ScanReport {
+
+namespace {
+
+const char* const TableFormat = "%1  %2  %3  %4  %5  %6  %7";
+
+QString kindName(int kind)
+{
+    switch (kind) {
+    case KindInstaller:
+        return QStringLiteral("installer");
+    case KindHelpFiles:
+        return QStringLiteral("help files");
+    case KindProgram:
+        return QStringLiteral("program");
+    default:
+        return QStringLiteral("unrecognised");
+    }
+}
+
+QString row(const QStringList& cells)
+{
+    static const int widths[] = {3, -36, -13, -13, 12, 12, 0};
+    QString line = QString::fromLatin1(TableFormat);
+    for (int i = 0; i < cells.size(); ++i)
+        line = line.arg(cells.at(i), widths[i]);
+    return line.trimmed() + QLatin1Char('\n');
+}
+
+} // namespace
+
+QString typeLabel(const UpdatePackage& record)
+{
+    if (record.name == QLatin1String("doc"))
+        return QStringLiteral("Help Files");
+    if (record.name == QLatin1String("bin"))
+        return QStringLiteral("Program");
+    if (record.name == QLatin1String("ins"))
+        return QStringLiteral("Installer");
+    if (record.name == QLatin1String("inst"))
+        return QStringLiteral("Installer Old");
+    return record.name;
+}
+
+QString stateText(const UpdatePackage& record)
+{
+    switch (record.error) {
+    case ErrorNone:
+        return record.selected ? QStringLiteral("pre-selected") : QStringLiteral("not selected");
+    case ErrorWrongBsp:
+        return QStringLiteral("red: Wrong BSP %1").arg(record.bsp);
+    case ErrorMissingSignature:
+        return QStringLiteral("red: Missing signature file");
+    case ErrorSignatureInvalid:
+        return QStringLiteral("red: Signature check failed");
+    default:
+        return QStringLiteral("red: Unknown");
+    }
+}
+
+QString table(QList<UpdatePackage> packages, bool truncated)
+{
+    if (!packages.isEmpty())
+        sortPackages(packages);
+    QString text = row({QStringLiteral("row"), QStringLiteral("file"), QStringLiteral("shown as"),
+                        QStringLiteral("kind"), QStringLiteral("new"), QStringLiteral("installed"),
+                        QStringLiteral("state")});
+    for (int i = 0; i < packages.size(); ++i) {
+        const UpdatePackage& record = packages.at(i);
+        const QString version = record.error == ErrorNone ? record.version.toString() : QStringLiteral("-");
+        text += row({QString::number(i), record.file.fileName(), typeLabel(record),
+                     QStringLiteral("%1 %2").arg(record.priority).arg(kindName(record.priority)), version,
+                     record.installed.toString(), stateText(record)});
+    }
+    if (packages.isEmpty())
+        text += QStringLiteral("(no packages: the installer ends at once and changes nothing)\n");
+    if (truncated)
+        text += QStringLiteral("More than 6 packages found: only the first 6 by name were taken.\n");
+    return text;
+}
+
+} // namespace ScanReport
