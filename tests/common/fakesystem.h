@@ -2,6 +2,7 @@
 
 #include "system/csystemtemplate.h"
 
+#include <QMap>
 #include <QStringList>
 
 // A platform object for unit tests: it records every call in calls, answers with
