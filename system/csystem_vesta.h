@@ -24,10 +24,13 @@ struct SystemBudgets
 class CSystem_Vesta : public CSystemTemplate
 {
 public:
+    // Reads the BSP version, opens the console log and installs its message handler.
     CSystem_Vesta();
     ~CSystem_Vesta();
 
+    // Replaces the time limits of the platform's commands.
     void setBudgets(const SystemBudgets& budgets) { m_budgets = budgets; }
+    // The time limits in use.
     [[nodiscard]] const SystemBudgets& budgets() const { return m_budgets; }
 
     QString UpdateKeyFile() override;
