@@ -87,7 +87,7 @@ void CUpdateCollectorTest::listing_data()
     QStringList firstSix = eight.mid(2);
     std::reverse(firstSix.begin(), firstSix.end());
     QTest::newRow("eight archives") << eight << 6 << firstSix << true;
-    QTest::newRow("exactly the limit") << eight.mid(2) << 6 << firstSix << false;
+    QTest::newRow("exactly the limit") << QStringList(eight.mid(2)) << 6 << firstSix << false;
     QTest::newRow("case-blind order") << QStringList{"b.tar.bz2", "_u.tar.bz2", "A.tar.bz2", "x10.tar.bz2", "x9.tar.bz2"}
                                       << 6 << QStringList{"_u.tar.bz2", "A.tar.bz2", "b.tar.bz2", "x10.tar.bz2", "x9.tar.bz2"}
                                       << false;
