@@ -114,5 +114,6 @@ QObject* CWidgetProbePlugin::create(const QString& key, const QString&)
 {
     if (key.compare(QLatin1String("widgetprobe"), Qt::CaseInsensitive) != 0)
         return nullptr;
-    return new CWidgetProbe(QCoreApplication::instance());
+    // No parent: the toolkit keeps the objects of generic plugins and deletes them itself.
+    return new CWidgetProbe;
 }
