@@ -4,6 +4,7 @@
 
 #include "common/fakesystem.h"
 #include "install/cworker.h"
+#include "installtesttools.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,34 +14,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace {
-
-QStringList g_warnings;
-QtMessageHandler g_previousHandler = nullptr;
-
-void recordWarnings(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    if (type == QtWarningMsg)
-        g_warnings << text;
-    else if (type != QtDebugMsg)
-        g_previousHandler(type, context, text);
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
-
-} // namespace
+using namespace InstallTestTools;
 
 class ArchivTest : public QObject
 {
@@ -62,6 +36,7 @@ private:
 
     std::optional<QTemporaryDir> m_dir;
     std::optional<CFakeSystem> m_system;
+    std::optional<CDiagnosticsRecorder> m_diagnostics;
     QStringList m_messages;
 };
 
@@ -78,13 +53,12 @@ void ArchivTest::init()
     m_system.emplace(m_dir->filePath(QStringLiteral("share/")), m_dir->filePath(QStringLiteral("unpack")));
     QDir().mkpath(m_system->tempDir);
     m_messages.clear();
-    g_warnings.clear();
-    g_previousHandler = qInstallMessageHandler(recordWarnings);
+    m_diagnostics.emplace();
 }
 
 void ArchivTest::cleanup()
 {
-    qInstallMessageHandler(g_previousHandler);
+    m_diagnostics.reset();
     m_system.reset();
     m_dir.reset();
 }
@@ -198,7 +172,7 @@ void ArchivTest::bspWarning()
 
     worker.NewArchiv();
 
-    QCOMPARE(g_warnings, warnings);
+    QCOMPARE(m_diagnostics->lines(), warnings);
     // A mismatch only warns: the tree is installed all the same.
     QCOMPARE(readFile(QStringLiteral("/usr/local/share/corvane/bspcheck.txt")), QByteArray("x"));
 }

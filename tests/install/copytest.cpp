@@ -3,6 +3,7 @@
 
 #include "common/fakesystem.h"
 #include "install/cworker.h"
+#include "installtesttools.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -15,24 +16,9 @@
 
 #include <unistd.h>
 
+using namespace InstallTestTools;
+
 namespace {
-
-void writeFile(const QString& path, const QByteArray& content, QFile::Permissions permissions = {})
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(path));
-    file.close();
-    if (permissions)
-        file.setPermissions(permissions);
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
 
 void makeLink(const QString& target, const QString& path)
 {
@@ -67,14 +53,11 @@ private Q_SLOTS:
     void treeEntries_data();
     void treeEntries();
     void treeCountsFilesAndLinks();
-    void treeKeepsPermissionBits();
-    void treeOfMissingSourceDoesNothing();
     void copyOneReplaces_data();
     void copyOneReplaces();
     void copyOneCounts_data();
     void copyOneCounts();
     void updateLogLines();
-    void updateLogUnwritableIsSilent();
 
 private:
     QString src(const QString& relative = QString()) const { return m_dir->filePath(QStringLiteral("src/") + relative); }
@@ -209,28 +192,6 @@ void CopyTest::treeCountsFilesAndLinks()
     QCOMPARE(m_worker->errors, 0);
 }
 
-void CopyTest::treeKeepsPermissionBits()
-{
-    const QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup;
-    writeFile(src(QStringLiteral("bin/tool")), "#!/bin/sh\n", mode);
-    writeFile(src(QStringLiteral("bin/private")), "secret", QFile::ReadOwner | QFile::WriteOwner);
-
-    m_worker->CopyTree(m_dir->filePath(QStringLiteral("src")), m_dir->filePath(QStringLiteral("dst")), 0);
-
-    // 0x7077: owner, group and other bits; the "user" bits only mirror the owner's here.
-    QCOMPARE(QFile::permissions(dst(QStringLiteral("bin/tool"))) & 0x7077, mode);
-    QCOMPARE(QFile::permissions(dst(QStringLiteral("bin/private"))) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
-}
-
-void CopyTest::treeOfMissingSourceDoesNothing()
-{
-    m_worker->CopyTree(src(QStringLiteral("missing")), dst(QStringLiteral("x")), 4);
-
-    QVERIFY(m_messages.isEmpty());
-    QVERIFY(!QFileInfo::exists(dst(QStringLiteral("x"))));
-    QCOMPARE(m_worker->errors, 0);
-}
-
 void CopyTest::copyOneReplaces_data()
 {
     QTest::addColumn<bool>("sourceIsLink");
@@ -327,14 +288,6 @@ void CopyTest::updateLogLines()
     stamp.setTimeSpec(Qt::UTC);
     QVERIFY(stamp >= before.addMSecs(-before.time().msec()));
     QVERIFY(stamp <= QDateTime::currentDateTimeUtc());
-}
-
-void CopyTest::updateLogUnwritableIsSilent()
-{
-    m_worker->AppendUpdateLog(QStringLiteral("x.tar.bz2")); // the share directory does not exist
-
-    QVERIFY(!QFileInfo::exists(m_system->shareDir));
-    QVERIFY(m_messages.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(CopyTest)

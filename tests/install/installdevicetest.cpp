@@ -4,6 +4,7 @@
 
 #include "common/testpaths.h"
 #include "install/cworker.h"
+#include "installtesttools.h"
 #include "system/csystem_vesta.h"
 
 #include <QCryptographicHash>
@@ -18,25 +19,11 @@
 
 #include <unistd.h>
 
+using namespace InstallTestTools;
+
 namespace {
 
 const QString share = QStringLiteral("/usr/local/share/corvane/");
-
-bool writeFile(const QString& path, const QByteArray& content, QFile::Permissions permissions = {})
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        return false;
-    file.close();
-    return !permissions || file.setPermissions(permissions);
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
 
 QString readLink(const QString& path)
 {

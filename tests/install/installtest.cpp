@@ -5,6 +5,7 @@
 
 #include "common/fakesystem.h"
 #include "install/cworker.h"
+#include "installtesttools.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,36 +14,7 @@
 
 #include <optional>
 
-namespace {
-
-QStringList g_diagnostics; // warning and critical lines of the worker
-QtMessageHandler g_previousHandler = nullptr;
-
-void recordDiagnostics(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    if (type == QtWarningMsg)
-        g_diagnostics << text;
-    else if (type == QtCriticalMsg)
-        g_diagnostics << QStringLiteral("??? ") + text;
-    else if (type != QtDebugMsg)
-        g_previousHandler(type, context, text);
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
+using namespace InstallTestTools;
 
 class InstallTest : public QObject
 {
@@ -54,8 +26,6 @@ private Q_SLOTS:
     void install_data();
     void install();
     void emptySelectionTouchesNothing();
-    void deleteRemovesTreeBeforeCopy();
-    void secondCallSkipsInstalledRecords();
 
 private:
     // A record from "name kind major selected mode"; prepares what the fake unpacks.
@@ -65,6 +35,7 @@ private:
 
     std::optional<QTemporaryDir> m_dir;
     std::optional<CFakeSystem> m_system;
+    std::optional<CDiagnosticsRecorder> m_diagnostics;
     QStringList m_messages;
 };
 
@@ -75,15 +46,13 @@ void InstallTest::init()
     m_system.emplace(tmp(QStringLiteral("share/")), tmp(QStringLiteral("unpack")));
     QDir().mkpath(m_system->shareDir);
     writeFile(tmp(QStringLiteral("plainfile")), "plain");
-    writeFile(tmp(QStringLiteral("olddir/sub/old.txt")), "old");
     m_messages.clear();
-    g_diagnostics.clear();
-    g_previousHandler = qInstallMessageHandler(recordDiagnostics);
+    m_diagnostics.emplace();
 }
 
 void InstallTest::cleanup()
 {
-    qInstallMessageHandler(g_previousHandler);
+    m_diagnostics.reset();
     m_system.reset();
     m_dir.reset();
 }
@@ -119,6 +88,8 @@ UpdatePackage InstallTest::addPackage(const QString& description)
 QStringList InstallTest::loggedNames() const
 {
     QStringList names;
+    if (!QFileInfo::exists(m_system->shareDir + QStringLiteral("update.log")))
+        return names;
     const QStringList lines = QString::fromLatin1(readFile(m_system->shareDir + QStringLiteral("update.log"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const QString& line : lines)
         names << line.section(QLatin1Char(' '), 1).section(QLatin1Char('-'), 0, 0);
@@ -220,7 +191,7 @@ void InstallTest::install()
             landed << name;
     }
     QCOMPARE(landed, installed);
-    QCOMPARE(g_diagnostics, diagnostics);
+    QCOMPARE(m_diagnostics->lines(), diagnostics);
 }
 
 void InstallTest::emptySelectionTouchesNothing()
@@ -238,39 +209,7 @@ void InstallTest::emptySelectionTouchesNothing()
     QVERIFY(!QFileInfo::exists(m_system->tempDir));
     QVERIFY(!QFileInfo::exists(tmp(QStringLiteral("dest"))));
     QVERIFY(!QFileInfo::exists(m_system->shareDir + QStringLiteral("update.log")));
-    QVERIFY(g_diagnostics.isEmpty());
-}
-
-void InstallTest::deleteRemovesTreeBeforeCopy()
-{
-    UpdatePackage record = addPackage(QStringLiteral("doc 1 1 y ok"));
-    // The package deletes its own destination directory, which holds an old file.
-    const QString destination = tmp(QStringLiteral("dest/doc"));
-    writeFile(destination + QStringLiteral("/stale.txt"), "stale");
-    QFile script(tmp(QStringLiteral("unpacked/doc/UPDATE.CONF")));
-    QVERIFY(script.open(QIODevice::Append));
-    script.write("DELETE = " + destination.toLatin1() + '\n');
-    script.close();
-    QList<UpdatePackage> list{record};
-    CWorker worker(*m_system);
-
-    QCOMPARE(worker.Install(list), int(InstallDone));
-
-    QVERIFY(!QFileInfo::exists(destination + QStringLiteral("/stale.txt")));
-    QCOMPARE(readFile(destination + QStringLiteral("/doc.bin")), QByteArray("doc"));
-}
-
-void InstallTest::secondCallSkipsInstalledRecords()
-{
-    QList<UpdatePackage> list{addPackage(QStringLiteral("doc 1 1 y ok")), addPackage(QStringLiteral("xyz 2 1 y ok"))};
-    CWorker worker(*m_system);
-    QCOMPARE(worker.Install(list), int(InstallDone));
-    m_system->calls.clear();
-
-    QCOMPARE(worker.Install(list), int(InstallDone));
-
-    QVERIFY(m_system->calls.isEmpty());
-    QCOMPARE(worker.copiedFiles, 0); // counters start again with each call
+    QVERIFY(m_diagnostics->lines().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(InstallTest)
