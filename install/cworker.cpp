@@ -168,8 +168,8 @@ void CWorker::CopyTree(const QString& source, const QString& destination, int de
         return;
     if (depth == 4 || depth == 5)
         Q_EMIT message(destination);
-    const QStringList directories =
-        QDir(source).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
+    const QStringList directories
+        = QDir(source).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
     for (const QString& name : directories) {
         const QString target = destination + QLatin1Char('/') + name;
         QDir().mkpath(target);

@@ -12,16 +12,15 @@ class CSystemTemplate;
 
 // Results of CWorker::Install.
 enum InstallResult {
-    InstallDone = 1,      // the whole list was processed
+    InstallDone = 1, // the whole list was processed
     InstallInstaller = 2, // an installer package was installed: run the new installer
-    InstallProgram = 3,   // a program package was installed: reboot
-    InstallFailed = 10,   // a package failed; processing stopped there
+    InstallProgram = 3, // a program package was installed: reboot
+    InstallFailed = 10, // a package failed; processing stopped there
 };
 
 // Installs the selected packages of a list, one after another, on the GUI
 // thread, and reports each step through message().
-class CWorker : public QObject
-{
+class CWorker : public QObject {
     Q_OBJECT
 
 public:

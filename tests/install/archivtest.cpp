@@ -16,8 +16,7 @@
 
 using namespace InstallTestTools;
 
-class ArchivTest : public QObject
-{
+class ArchivTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -67,30 +66,29 @@ void ArchivTest::flatArchiv_data()
 {
     QTest::addColumn<QString>("fileList");
     QTest::addColumn<QStringList>("destinations"); // DEST_FILE1, 2, ...; "-" leaves the key out; "@" is the temp dir
-    QTest::addColumn<QStringList>("placed");       // "path=content" of regular files expected afterwards
+    QTest::addColumn<QStringList>("placed"); // "path=content" of regular files expected afterwards
     QTest::addColumn<int>("files");
     QTest::addColumn<int>("errors");
 
     QTest::newRow("two files, two directories")
-        << "a b" << QStringList{"@/d1", "@/d2/deep"} << QStringList{"@/d1/a=A", "@/d2/deep/b=B"} << 2 << 0;
+        << "a b" << QStringList { "@/d1", "@/d2/deep" } << QStringList { "@/d1/a=A", "@/d2/deep/b=B" } << 2 << 0;
     QTest::newRow("double blank uses up a number")
-        << "a  b" << QStringList{"@/d1", "@/d2", "@/d3"} << QStringList{"@/d1/a=A", "@/d3/b=B"} << 2 << 1;
+        << "a  b" << QStringList { "@/d1", "@/d2", "@/d3" } << QStringList { "@/d1/a=A", "@/d3/b=B" } << 2 << 1;
     QTest::newRow("missing DEST_FILE goes to root")
-        << "a rootfile" << QStringList{"@/d1"} << QStringList{"@/d1/a=A", "/rootfile=R"} << 2 << 0;
+        << "a rootfile" << QStringList { "@/d1" } << QStringList { "@/d1/a=A", "/rootfile=R" } << 2 << 0;
     QTest::newRow("empty DEST_FILE1 goes to root")
-        << "emptydest" << QStringList{""} << QStringList{"/emptydest=E"} << 1 << 0;
+        << "emptydest" << QStringList { "" } << QStringList { "/emptydest=E" } << 1 << 0;
     QTest::newRow("relative directory taken from root")
-        << "a" << QStringList{"flatrel/dir"} << QStringList{"/flatrel/dir/a=A"} << 1 << 0;
+        << "a" << QStringList { "flatrel/dir" } << QStringList { "/flatrel/dir/a=A" } << 1 << 0;
     QTest::newRow("missing source counts an error")
-        << "a notthere" << QStringList{"@/d1", "@/d2"} << QStringList{"@/d1/a=A"} << 1 << 1;
+        << "a notthere" << QStringList { "@/d1", "@/d2" } << QStringList { "@/d1/a=A" } << 1 << 1;
     QTest::newRow("trailing blank makes an empty name")
-        << "a " << QStringList{"@/d1", "@/d2"} << QStringList{"@/d1/a=A"} << 1 << 1;
+        << "a " << QStringList { "@/d1", "@/d2" } << QStringList { "@/d1/a=A" } << 1 << 1;
     QTest::newRow("listed link copied as file")
-        << "link" << QStringList{"@/d1"} << QStringList{"@/d1/link=A"} << 1 << 0;
+        << "link" << QStringList { "@/d1" } << QStringList { "@/d1/link=A" } << 1 << 0;
     QTest::newRow("existing destination replaced")
-        << "b" << QStringList{"@/old"} << QStringList{"@/old/b=B"} << 1 << 0;
-    QTest::newRow("no FILE_LIST is one empty name")
-        << QString() << QStringList{"@/d1"} << QStringList{} << 0 << 1;
+        << "b" << QStringList { "@/old" } << QStringList { "@/old/b=B" } << 1 << 0;
+    QTest::newRow("no FILE_LIST is one empty name") << QString() << QStringList { "@/d1" } << QStringList {} << 0 << 1;
 }
 
 void ArchivTest::flatArchiv()
@@ -100,7 +98,7 @@ void ArchivTest::flatArchiv()
     QFETCH(QStringList, placed);
     QFETCH(int, files);
     QFETCH(int, errors);
-    for (const char* name : {"a", "b", "rootfile", "emptydest"})
+    for (const char* name : { "a", "b", "rootfile", "emptydest" })
         writeFile(unpacked(QLatin1String(name)), QByteArray(1, char(QChar::fromLatin1(name[0]).toUpper().toLatin1())));
     QVERIFY(QFile::link(QStringLiteral("a"), unpacked(QStringLiteral("link"))));
     writeFile(m_dir->filePath(QStringLiteral("old/b")), "old");
@@ -110,7 +108,7 @@ void ArchivTest::flatArchiv()
     for (int index = 0; index < destinations.size(); ++index) {
         if (destinations.at(index) != QLatin1String("-"))
             worker.script.insert(QStringLiteral("DEST_FILE%1").arg(index + 1),
-                                 QString(destinations.at(index)).replace(QStringLiteral("@"), m_dir->path()));
+                QString(destinations.at(index)).replace(QStringLiteral("@"), m_dir->path()));
     }
 
     worker.FlatArchiv();
@@ -148,15 +146,19 @@ void ArchivTest::bspWarning_data()
     QTest::addColumn<QString>("deviceBsp");
     QTest::addColumn<QStringList>("warnings");
 
-    QTest::newRow("no BSP key") << QString() << "1.36.0" << QStringList{};
-    QTest::newRow("empty BSP") << "" << "1.36.0" << QStringList{};
-    QTest::newRow("same version") << "1.36.0" << "1.36.0" << QStringList{};
-    QTest::newRow("one of several") << "1.36.0 1.41.0" << "1.41.0" << QStringList{};
-    QTest::newRow("inside longer text") << "BSP-1.7.0-x" << "1.7.0" << QStringList{};
-    QTest::newRow("other version")
-        << "1.36.0 1.41.0" << "1.7.0" << QStringList{"    \"1.36.0 1.41.0\" \"1.7.0\""};
-    QTest::newRow("package text shorter than device")
-        << "1.3" << "1.36.0" << QStringList{"    \"1.3\" \"1.36.0\""};
+    QTest::newRow("no BSP key") << QString() << "1.36.0" << QStringList {};
+    QTest::newRow("empty BSP") << ""
+                               << "1.36.0" << QStringList {};
+    QTest::newRow("same version") << "1.36.0"
+                                  << "1.36.0" << QStringList {};
+    QTest::newRow("one of several") << "1.36.0 1.41.0"
+                                    << "1.41.0" << QStringList {};
+    QTest::newRow("inside longer text") << "BSP-1.7.0-x"
+                                        << "1.7.0" << QStringList {};
+    QTest::newRow("other version") << "1.36.0 1.41.0"
+                                   << "1.7.0" << QStringList { "    \"1.36.0 1.41.0\" \"1.7.0\"" };
+    QTest::newRow("package text shorter than device") << "1.3"
+                                                      << "1.36.0" << QStringList { "    \"1.3\" \"1.36.0\"" };
 }
 
 void ArchivTest::bspWarning()
@@ -192,9 +194,9 @@ void ArchivTest::treeLandsOnRoot()
     QCOMPARE(readFile(QStringLiteral("/UPDATE.CONF")), QByteArray("DELETE=/usr/local/share/corvane/help\n"));
     QCOMPARE(readFile(QStringLiteral("/usr/local/bin/tool")), QByteArray("tool"));
     QCOMPARE(readFile(QStringLiteral("/usr/local/share/corvane/help/de/page.html")), QByteArray("seite"));
-    QStringList expected{"/UPDATE.CONF", "/usr/local/bin/tool", "/usr/local/share/corvane",
-                         "/usr/local/share/corvane/help", "/usr/local/share/corvane/help/index.html",
-                         "/usr/local/share/corvane/help/de/page.html"};
+    QStringList expected { "/UPDATE.CONF", "/usr/local/bin/tool", "/usr/local/share/corvane",
+        "/usr/local/share/corvane/help", "/usr/local/share/corvane/help/index.html",
+        "/usr/local/share/corvane/help/de/page.html" };
     std::sort(expected.begin(), expected.end());
     std::sort(m_messages.begin(), m_messages.end());
     QCOMPARE(m_messages, expected);

@@ -40,8 +40,7 @@ QString entryKind(const QString& path)
 
 } // namespace
 
-class CopyTest : public QObject
-{
+class CopyTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -60,8 +59,14 @@ private Q_SLOTS:
     void updateLogLines();
 
 private:
-    QString src(const QString& relative = QString()) const { return m_dir->filePath(QStringLiteral("src/") + relative); }
-    QString dst(const QString& relative = QString()) const { return m_dir->filePath(QStringLiteral("dst/") + relative); }
+    QString src(const QString& relative = QString()) const
+    {
+        return m_dir->filePath(QStringLiteral("src/") + relative);
+    }
+    QString dst(const QString& relative = QString()) const
+    {
+        return m_dir->filePath(QStringLiteral("dst/") + relative);
+    }
     void makeDepthTree();
     void makeEntryTree();
 
@@ -103,14 +108,14 @@ void CopyTest::treeMessagesFollowDepth_data()
     QTest::addColumn<int>("startDepth");
     QTest::addColumn<QStringList>("expected"); // relative to the destination; "." is itself
 
-    const QStringList allFiles{"a/b/c/f3", "a/b/f2", "a/f1", "f0"};
+    const QStringList allFiles { "a/b/c/f3", "a/b/f2", "a/f1", "f0" };
     QTest::newRow("from the root: files only") << 0 << allFiles;
-    QTest::newRow("directories at depth 4 and 5") << 3 << QStringList{"a", "a/b"} + allFiles;
-    QTest::newRow("start at depth 4 emits itself") << 4 << QStringList{".", "a"} + allFiles;
-    QTest::newRow("depth 6 directory not emitted") << 5 << QStringList{"."} + allFiles;
-    QTest::newRow("files up to depth 29") << 28 << QStringList{"a/f1", "f0"};
-    QTest::newRow("depth 29 last with message") << 29 << QStringList{"f0"};
-    QTest::newRow("depth 30 silent") << 30 << QStringList{};
+    QTest::newRow("directories at depth 4 and 5") << 3 << QStringList { "a", "a/b" } + allFiles;
+    QTest::newRow("start at depth 4 emits itself") << 4 << QStringList { ".", "a" } + allFiles;
+    QTest::newRow("depth 6 directory not emitted") << 5 << QStringList { "." } + allFiles;
+    QTest::newRow("files up to depth 29") << 28 << QStringList { "a/f1", "f0" };
+    QTest::newRow("depth 29 last with message") << 29 << QStringList { "f0" };
+    QTest::newRow("depth 30 silent") << 30 << QStringList {};
 }
 
 void CopyTest::treeMessagesFollowDepth()
@@ -126,7 +131,7 @@ void CopyTest::treeMessagesFollowDepth()
     for (const QString& relative : expected)
         expectedMessages << (relative == QLatin1String(".") ? m_dir->filePath(QStringLiteral("dst")) : dst(relative));
     QCOMPARE(m_messages, expectedMessages);
-    for (const QString& file : QStringList{"f0", "a/f1", "a/b/f2", "a/b/c/f3"})
+    for (const QString& file : QStringList { "f0", "a/f1", "a/b/f2", "a/b/c/f3" })
         QCOMPARE(readFile(dst(file)), readFile(src(file)));
 }
 
@@ -149,15 +154,33 @@ void CopyTest::treeEntries_data()
     QTest::addColumn<QString>("linkTarget"); // "@SRC@" stands for the source directory
     QTest::addColumn<QByteArray>("content");
 
-    QTest::newRow("regular file") << "plain.txt" << "file" << "" << QByteArray("plain");
-    QTest::newRow("hidden file") << ".hidden" << "file" << "" << QByteArray("hidden");
-    QTest::newRow("relative link kept relative") << "rel-link" << "link" << "plain.txt" << QByteArray("plain");
-    QTest::newRow("absolute link kept as written") << "abs-link" << "link" << "@SRC@plain.txt" << QByteArray("plain");
-    QTest::newRow("link in subdirectory") << "sub/nested-link" << "link" << "../plain.txt" << QByteArray("plain");
-    QTest::newRow("dangling link not copied") << "dangling" << "absent" << "" << QByteArray("<unreadable>");
-    QTest::newRow("link to directory becomes directory") << "linkdir" << "dir" << "" << QByteArray("<unreadable>");
-    QTest::newRow("file through directory link") << "linkdir/inner.txt" << "file" << "" << QByteArray("inner");
-    QTest::newRow("file in directory") << "realdir/inner.txt" << "file" << "" << QByteArray("inner");
+    QTest::newRow("regular file") << "plain.txt"
+                                  << "file"
+                                  << "" << QByteArray("plain");
+    QTest::newRow("hidden file") << ".hidden"
+                                 << "file"
+                                 << "" << QByteArray("hidden");
+    QTest::newRow("relative link kept relative") << "rel-link"
+                                                 << "link"
+                                                 << "plain.txt" << QByteArray("plain");
+    QTest::newRow("absolute link kept as written") << "abs-link"
+                                                   << "link"
+                                                   << "@SRC@plain.txt" << QByteArray("plain");
+    QTest::newRow("link in subdirectory") << "sub/nested-link"
+                                          << "link"
+                                          << "../plain.txt" << QByteArray("plain");
+    QTest::newRow("dangling link not copied") << "dangling"
+                                              << "absent"
+                                              << "" << QByteArray("<unreadable>");
+    QTest::newRow("link to directory becomes directory") << "linkdir"
+                                                         << "dir"
+                                                         << "" << QByteArray("<unreadable>");
+    QTest::newRow("file through directory link") << "linkdir/inner.txt"
+                                                 << "file"
+                                                 << "" << QByteArray("inner");
+    QTest::newRow("file in directory") << "realdir/inner.txt"
+                                       << "file"
+                                       << "" << QByteArray("inner");
 }
 
 void CopyTest::treeEntries()
@@ -175,7 +198,8 @@ void CopyTest::treeEntries()
         const QByteArray written = QFile::encodeName(dst(path));
         char buffer[512];
         const ssize_t length = ::readlink(written.constData(), buffer, sizeof buffer);
-        QCOMPARE(QString::fromLocal8Bit(buffer, int(length)), QString(linkTarget).replace(QStringLiteral("@SRC@"), src()));
+        QCOMPARE(
+            QString::fromLocal8Bit(buffer, int(length)), QString(linkTarget).replace(QStringLiteral("@SRC@"), src()));
     }
     if (kind != QLatin1String("dir"))
         QCOMPARE(readFile(dst(path)), content);
@@ -241,13 +265,20 @@ void CopyTest::copyOneCounts_data()
     QTest::addColumn<int>("links");
     QTest::addColumn<int>("errors");
 
-    QTest::newRow("file") << "plain.txt" << "out" << 1 << 0 << 0;
-    QTest::newRow("link") << "rel-link" << "out" << 0 << 1 << 0;
-    QTest::newRow("dangling link recreated") << "dangling" << "out" << 0 << 1 << 0;
-    QTest::newRow("missing source") << "missing" << "out" << 0 << 0 << 1;
-    QTest::newRow("directory as source") << "realdir" << "out" << 0 << 0 << 1;
-    QTest::newRow("file into missing directory") << "plain.txt" << "no/such/out" << 0 << 0 << 1;
-    QTest::newRow("link into missing directory") << "rel-link" << "no/such/out" << 0 << 0 << 1;
+    QTest::newRow("file") << "plain.txt"
+                          << "out" << 1 << 0 << 0;
+    QTest::newRow("link") << "rel-link"
+                          << "out" << 0 << 1 << 0;
+    QTest::newRow("dangling link recreated") << "dangling"
+                                             << "out" << 0 << 1 << 0;
+    QTest::newRow("missing source") << "missing"
+                                    << "out" << 0 << 0 << 1;
+    QTest::newRow("directory as source") << "realdir"
+                                         << "out" << 0 << 0 << 1;
+    QTest::newRow("file into missing directory") << "plain.txt"
+                                                 << "no/such/out" << 0 << 0 << 1;
+    QTest::newRow("link into missing directory") << "rel-link"
+                                                 << "no/such/out" << 0 << 0 << 1;
 }
 
 void CopyTest::copyOneCounts()
@@ -276,7 +307,8 @@ void CopyTest::updateLogLines()
     m_worker->AppendUpdateLog(QStringLiteral("doc-1.2.0-BSP-1.36.0.tar.bz2"));
     m_worker->AppendUpdateLog(QStringLiteral("bin-3.0.0-BSP-1.36.0.tar.bz2"));
 
-    const QStringList lines = QString::fromLatin1(readFile(m_system->shareDir + QStringLiteral("update.log"))).split(QLatin1Char('\n'));
+    const QStringList lines
+        = QString::fromLatin1(readFile(m_system->shareDir + QStringLiteral("update.log"))).split(QLatin1Char('\n'));
     QCOMPARE(lines.size(), 3);
     QCOMPARE(lines.last(), QString());
     const QRegularExpression form(QStringLiteral("^(\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d)Z (.*)$"));

@@ -54,15 +54,19 @@ QStringList snapshot()
     QStringList entries;
     entries << QStringLiteral("/UPDATE.CONF %1").arg(QFileInfo::exists(QStringLiteral("/UPDATE.CONF")));
     QDirIterator it(QStringLiteral("/usr/local"), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
-                    QDirIterator::Subdirectories);
+        QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
         if (path == share + QStringLiteral("update.log"))
             continue;
         const QFileInfo info(path);
         const QByteArray digest = info.isFile() && !info.isSymLink()
-            ? QCryptographicHash::hash(readFile(path), QCryptographicHash::Sha1).toHex() : QByteArray();
-        entries << QStringLiteral("%1 %2 %3 %4").arg(path, readLink(path)).arg(int(info.permissions()), 0, 16).arg(QString::fromLatin1(digest));
+            ? QCryptographicHash::hash(readFile(path), QCryptographicHash::Sha1).toHex()
+            : QByteArray();
+        entries << QStringLiteral("%1 %2 %3 %4")
+                       .arg(path, readLink(path))
+                       .arg(int(info.permissions()), 0, 16)
+                       .arg(QString::fromLatin1(digest));
     }
     entries.sort();
     return entries;
@@ -75,8 +79,7 @@ int logLines()
 
 } // namespace
 
-class InstallDeviceTest : public QObject
-{
+class InstallDeviceTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -114,7 +117,8 @@ void InstallDeviceTest::initTestCase()
     QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in tools/device-sandbox");
     QVERIFY(m_work.isValid());
     const QString keys = m_work.filePath(QStringLiteral("keys"));
-    QVERIFY(run(QStringLiteral("bash"), {TestPaths::source(QStringLiteral("tools/make-package")), QStringLiteral("keygen"), keys}));
+    QVERIFY(run(QStringLiteral("bash"),
+        { TestPaths::source(QStringLiteral("tools/make-package")), QStringLiteral("keygen"), keys }));
     m_key = keys + QStringLiteral("/private.pem");
     QFile::remove(share + QStringLiteral("qelsslkey.pem"));
     QVERIFY(QFile::copy(keys + QStringLiteral("/public.pem"), share + QStringLiteral("qelsslkey.pem")));
@@ -135,21 +139,24 @@ QString InstallDeviceTest::makePackage(const QString& mode, const QStringList& a
 {
     const QString out = m_work.filePath(QStringLiteral("stick%1").arg(++m_packageCount));
     QString archive;
-    run(QStringLiteral("bash"), QStringList{TestPaths::source(QStringLiteral("tools/make-package")), mode,
-                                            QStringLiteral("--key"), m_key, QStringLiteral("--out"), out} + arguments,
+    run(QStringLiteral("bash"),
+        QStringList { TestPaths::source(QStringLiteral("tools/make-package")), mode, QStringLiteral("--key"), m_key,
+            QStringLiteral("--out"), out }
+            + arguments,
         &archive);
     return archive;
 }
 
 bool InstallDeviceTest::sign(const QString& archive)
 {
-    return run(QStringLiteral("openssl"), {QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), m_key,
-                                            QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive});
+    return run(QStringLiteral("openssl"),
+        { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), m_key, QStringLiteral("-out"),
+            archive + QStringLiteral(".sha1"), archive });
 }
 
 UpdatePackage InstallDeviceTest::record(const QString& archive, int kind)
 {
-    UpdatePackage package(QFileInfo{archive});
+    UpdatePackage package(QFileInfo { archive });
     package.priority = kind;
     package.selected = true;
     return package;
@@ -157,7 +164,7 @@ UpdatePackage InstallDeviceTest::record(const QString& archive, int kind)
 
 int InstallDeviceTest::install(const QString& archive, int kind)
 {
-    QList<UpdatePackage> packages{record(archive, kind)};
+    QList<UpdatePackage> packages { record(archive, kind) };
     return m_worker->Install(packages);
 }
 
@@ -167,11 +174,13 @@ void InstallDeviceTest::programInFileListMode()
     const QFile::Permissions executable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup
         | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
     QVERIFY(writeFile(source + QStringLiteral("/corvane"), "#!/bin/sh\necho 3.1.0\n", executable));
-    QVERIFY(writeFile(source + QStringLiteral("/corvane_de.qm"), "catalogue", QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup));
+    QVERIFY(writeFile(source + QStringLiteral("/corvane_de.qm"), "catalogue",
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup));
     QVERIFY(writeFile(QStringLiteral("/usr/local/share/corvane/old/stale.txt"), "stale"));
     const QString archive = makePackage(QStringLiteral("files"),
-        {"--name", "bin", "--version", "3.1.0", "--bsp", "1.36.0", "--delete", "/usr/local/share/corvane/old",
-         source + QStringLiteral("/corvane=/usr/local/bin"), source + QStringLiteral("/corvane_de.qm=/usr/local/share/corvane/lang")});
+        { "--name", "bin", "--version", "3.1.0", "--bsp", "1.36.0", "--delete", "/usr/local/share/corvane/old",
+            source + QStringLiteral("/corvane=/usr/local/bin"),
+            source + QStringLiteral("/corvane_de.qm=/usr/local/share/corvane/lang") });
     QVERIFY(!archive.isEmpty());
     const int logBefore = logLines();
 
@@ -180,7 +189,7 @@ void InstallDeviceTest::programInFileListMode()
     QCOMPARE(readFile(QStringLiteral("/usr/local/bin/corvane")), QByteArray("#!/bin/sh\necho 3.1.0\n"));
     QCOMPARE(QFile::permissions(QStringLiteral("/usr/local/bin/corvane")) & 0x7077, executable & 0x7077);
     QCOMPARE(QFile::permissions(share + QStringLiteral("lang/corvane_de.qm")) & 0x7077,
-             QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
     QVERIFY(!QFileInfo::exists(QStringLiteral("/usr/local/share/corvane/old")));
     QCOMPARE(m_worker->copiedFiles, 2);
     QCOMPARE(m_worker->errors, 0);
@@ -201,15 +210,16 @@ void InstallDeviceTest::helpFilesInTreeMode()
     QVERIFY(QFile::link(QStringLiteral("/usr/local/bin/corvane"), help + QStringLiteral("/program")));
     QVERIFY(writeFile(share + QStringLiteral("help/obsolete.html"), "old"));
     const QString archive = makePackage(QStringLiteral("tree"),
-        {"--name", "doc", "--version", "1.2.0", "--bsp", "1.36.0", "--delete", "/usr/local/share/corvane/help",
-         "--conf-bsp", "1.36.0 1.41.0", source});
+        { "--name", "doc", "--version", "1.2.0", "--bsp", "1.36.0", "--delete", "/usr/local/share/corvane/help",
+            "--conf-bsp", "1.36.0 1.41.0", source });
     QVERIFY(!archive.isEmpty());
     QFile::remove(QStringLiteral("/UPDATE.CONF"));
 
     QCOMPARE(install(archive, KindHelpFiles), int(InstallDone));
 
     QCOMPARE(readFile(share + QStringLiteral("help/index.html")), QByteArray("index"));
-    QCOMPARE(QFile::permissions(share + QStringLiteral("help/img/logo.png")) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
+    QCOMPARE(
+        QFile::permissions(share + QStringLiteral("help/img/logo.png")) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
     QCOMPARE(readLink(share + QStringLiteral("help/start.html")), QStringLiteral("index.html"));
     QCOMPARE(readLink(share + QStringLiteral("help/program")), QStringLiteral("/usr/local/bin/corvane"));
     QVERIFY(!QFileInfo::exists(share + QStringLiteral("help/obsolete.html")));
@@ -228,8 +238,9 @@ void InstallDeviceTest::listedLinkCopiedAsFile()
     QVERIFY(writeFile(source + QStringLiteral("/target.txt"), "target"));
     QVERIFY(QFile::link(QStringLiteral("target.txt"), source + QStringLiteral("/alias.txt")));
     const QString archive = makePackage(QStringLiteral("files"),
-        {"--name", "doc", "--version", "1.3.0", "--bsp", "1.36.0", source + QStringLiteral("/target.txt=/usr/local/share/corvane/flat"),
-         source + QStringLiteral("/alias.txt=/usr/local/share/corvane/flat")});
+        { "--name", "doc", "--version", "1.3.0", "--bsp", "1.36.0",
+            source + QStringLiteral("/target.txt=/usr/local/share/corvane/flat"),
+            source + QStringLiteral("/alias.txt=/usr/local/share/corvane/flat") });
     QVERIFY(!archive.isEmpty());
 
     QCOMPARE(install(archive, KindHelpFiles), int(InstallDone));
@@ -247,11 +258,12 @@ void InstallDeviceTest::emptyListPieceCountsError()
     QVERIFY(writeFile(source + QStringLiteral("/one"), "1"));
     QVERIFY(writeFile(source + QStringLiteral("/two"), "2"));
     const QString conf = m_work.filePath(QStringLiteral("gap.conf"));
-    QVERIFY(writeFile(conf, "DEST_FILE1 = /usr/local/share/corvane/g1\nDEST_FILE2 = /usr/local/share/corvane/g2\n"
-                            "DEST_FILE3 = /usr/local/share/corvane/g3\nFILE_LIST = one  two\n"));
+    QVERIFY(writeFile(conf,
+        "DEST_FILE1 = /usr/local/share/corvane/g1\nDEST_FILE2 = /usr/local/share/corvane/g2\n"
+        "DEST_FILE3 = /usr/local/share/corvane/g3\nFILE_LIST = one  two\n"));
     const QString archive = makePackage(QStringLiteral("files"),
-        {"--name", "doc", "--version", "1.4.0", "--bsp", "1.36.0", "--conf", conf,
-         source + QStringLiteral("/one=/x"), source + QStringLiteral("/two=/x")});
+        { "--name", "doc", "--version", "1.4.0", "--bsp", "1.36.0", "--conf", conf, source + QStringLiteral("/one=/x"),
+            source + QStringLiteral("/two=/x") });
     QVERIFY(!archive.isEmpty());
 
     QCOMPARE(install(archive, KindHelpFiles), int(InstallDone));
@@ -272,18 +284,19 @@ QString InstallDeviceTest::makeRefusedPackage(const QString& refusal)
         filler.append(char((i * 7919 + i / 13) % 251)); // hard to compress, so a damaged stream shows
     writeFile(source + QStringLiteral("/usr/local/bin/corvane"), "refused " + filler);
     writeFile(source + QStringLiteral("/usr/local/share/corvane/refused/marker"), "marker");
-    const QStringList naming{"--name", "bin", "--version", "9.0.0", "--bsp", "1.36.0"};
+    const QStringList naming { "--name", "bin", "--version", "9.0.0", "--bsp", "1.36.0" };
     if (refusal == QLatin1String("no UPDATE.CONF")) {
         const QString archive = m_work.filePath(QStringLiteral("noconf-9.0.0-BSP-1.36.0.tar.bz2"));
-        if (!run(QStringLiteral("tar"), {"-cjf", archive, "-C", source, "."}) || !sign(archive))
+        if (!run(QStringLiteral("tar"), { "-cjf", archive, "-C", source, "." }) || !sign(archive))
             return QString();
         return archive;
     }
     if (refusal == QLatin1String("DELETE of a plain file")) {
         writeFile(share + QStringLiteral("plain.txt"), "plain");
-        return makePackage(QStringLiteral("tree"), naming + QStringList{"--delete", share + QStringLiteral("plain.txt"), source});
+        return makePackage(
+            QStringLiteral("tree"), naming + QStringList { "--delete", share + QStringLiteral("plain.txt"), source });
     }
-    const QString archive = makePackage(QStringLiteral("tree"), naming + QStringList{source});
+    const QString archive = makePackage(QStringLiteral("tree"), naming + QStringList { source });
     if (refusal == QLatin1String("tampered archive")) {
         QFile file(archive);
         file.open(QIODevice::Append);
@@ -304,8 +317,8 @@ QString InstallDeviceTest::makeRefusedPackage(const QString& refusal)
 
 void InstallDeviceTest::refusals_data()
 {
-    QTest::addColumn<QString>("message");  // the last message starts with this
-    QTest::addColumn<bool>("verified");    // the signature was accepted (logged, unpacked)
+    QTest::addColumn<QString>("message"); // the last message starts with this
+    QTest::addColumn<bool>("verified"); // the signature was accepted (logged, unpacked)
 
     QTest::newRow("tampered archive") << "Verification failure ; " << false;
     QTest::newRow("missing signature") << " ; " << false;
@@ -331,7 +344,8 @@ void InstallDeviceTest::refusals()
     if (refusal == QLatin1String("openssl not found")) {
         qputenv("PATH", "/nonexistent");
     } else if (refusal == QLatin1String("openssl hangs")) {
-        QVERIFY(writeFile(fakeBin + QStringLiteral("/openssl"), "#!/bin/sh\nexec sleep 60\n", QFile::ReadOwner | QFile::ExeOwner));
+        QVERIFY(writeFile(
+            fakeBin + QStringLiteral("/openssl"), "#!/bin/sh\nexec sleep 60\n", QFile::ReadOwner | QFile::ExeOwner));
         qputenv("PATH", QFile::encodeName(fakeBin) + ':' + oldPath);
         SystemBudgets budgets = m_system->budgets();
         budgets.verifyMs = 1500;
@@ -350,7 +364,8 @@ void InstallDeviceTest::refusals()
     QCOMPARE(logLines(), logBefore + (verified ? 1 : 0));
     if (!verified) {
         // Nothing from an archive whose signature failed is even unpacked.
-        QCOMPARE(QDir(m_system->tempDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden), QStringList());
+        QCOMPARE(
+            QDir(m_system->tempDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden), QStringList());
         QVERIFY(!m_messages.contains(QStringLiteral("Unpacking... This can take some minutes.")));
     }
 }

@@ -16,8 +16,7 @@
 
 using namespace InstallTestTools;
 
-class InstallTest : public QObject
-{
+class InstallTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -74,7 +73,8 @@ UpdatePackage InstallTest::addPackage(const QString& description)
         return record;
     const QString unpacked = tmp(QStringLiteral("unpacked/") + name);
     writeFile(unpacked + QLatin1Char('/') + name + QStringLiteral(".bin"), name.toLatin1());
-    QByteArray script = "DEST_FILE1 = " + tmp(QStringLiteral("dest/") + name).toLatin1() + "\nFILE_LIST = " + name.toLatin1() + ".bin\n";
+    QByteArray script = "DEST_FILE1 = " + tmp(QStringLiteral("dest/") + name).toLatin1()
+        + "\nFILE_LIST = " + name.toLatin1() + ".bin\n";
     if (mode == QLatin1String("delfile"))
         script += "DELETE = " + tmp(QStringLiteral("plainfile")).toLatin1() + '\n';
     if (mode == QLatin1String("delmissing"))
@@ -90,7 +90,8 @@ QStringList InstallTest::loggedNames() const
     QStringList names;
     if (!QFileInfo::exists(m_system->shareDir + QStringLiteral("update.log")))
         return names;
-    const QStringList lines = QString::fromLatin1(readFile(m_system->shareDir + QStringLiteral("update.log"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = QString::fromLatin1(readFile(m_system->shareDir + QStringLiteral("update.log")))
+                                  .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const QString& line : lines)
         names << line.section(QLatin1Char(' '), 1).section(QLatin1Char('-'), 0, 0);
     return names;
@@ -98,12 +99,12 @@ QStringList InstallTest::loggedNames() const
 
 void InstallTest::install_data()
 {
-    QTest::addColumn<QStringList>("packages");  // "name kind major selected mode"
-    QTest::addColumn<QStringList>("order");     // names after sorting
+    QTest::addColumn<QStringList>("packages"); // "name kind major selected mode"
+    QTest::addColumn<QStringList>("order"); // names after sorting
     QTest::addColumn<int>("result");
-    QTest::addColumn<QStringList>("messages");  // "@" stands for the temporary directory
+    QTest::addColumn<QStringList>("messages"); // "@" stands for the temporary directory
     QTest::addColumn<QStringList>("stillSelected");
-    QTest::addColumn<QStringList>("logged");    // names in update.log
+    QTest::addColumn<QStringList>("logged"); // names in update.log
     QTest::addColumn<QStringList>("installed"); // names whose file reached its destination
     QTest::addColumn<QStringList>("diagnostics");
 
@@ -112,48 +113,49 @@ void InstallTest::install_data()
     const QString ready = QStringLiteral("Ready");
 
     QTest::newRow("help files then installer")
-        << QStringList{"ins 0 1 y ok", "doc 1 2 y ok"} << QStringList{"doc", "ins"} << int(InstallInstaller)
-        << QStringList{verify.arg("doc"), unpacking, ready, verify.arg("ins"), unpacking, ready}
-        << QStringList{} << QStringList{"doc", "ins"} << QStringList{"doc", "ins"}
-        << QStringList{"Ready (1/0#0)", "Ready (2/0#0)"};
+        << QStringList { "ins 0 1 y ok", "doc 1 2 y ok" } << QStringList { "doc", "ins" } << int(InstallInstaller)
+        << QStringList { verify.arg("doc"), unpacking, ready, verify.arg("ins"), unpacking, ready } << QStringList {}
+        << QStringList { "doc", "ins" } << QStringList { "doc", "ins" }
+        << QStringList { "Ready (1/0#0)", "Ready (2/0#0)" };
     QTest::newRow("program first leaves later records selected")
-        << QStringList{"doc 1 1 y ok", "bin 3 2 y ok"} << QStringList{"bin", "doc"} << int(InstallProgram)
-        << QStringList{verify.arg("bin"), unpacking, ready}
-        << QStringList{"doc"} << QStringList{"bin"} << QStringList{"bin"} << QStringList{"Ready (1/0#0)"};
+        << QStringList { "doc 1 1 y ok", "bin 3 2 y ok" } << QStringList { "bin", "doc" } << int(InstallProgram)
+        << QStringList { verify.arg("bin"), unpacking, ready } << QStringList { "doc" } << QStringList { "bin" }
+        << QStringList { "bin" } << QStringList { "Ready (1/0#0)" };
     QTest::newRow("unselected records skipped")
-        << QStringList{"bin 3 2 n ok", "doc 1 1 y ok"} << QStringList{"doc", "bin"} << int(InstallDone)
-        << QStringList{verify.arg("doc"), unpacking, ready}
-        << QStringList{} << QStringList{"doc"} << QStringList{"doc"} << QStringList{"Ready (1/0#0)"};
+        << QStringList { "bin 3 2 n ok", "doc 1 1 y ok" } << QStringList { "doc", "bin" } << int(InstallDone)
+        << QStringList { verify.arg("doc"), unpacking, ready } << QStringList {} << QStringList { "doc" }
+        << QStringList { "doc" } << QStringList { "Ready (1/0#0)" };
     QTest::newRow("unrecognised kind goes on")
-        << QStringList{"xyz 2 1 y ok"} << QStringList{"xyz"} << int(InstallDone)
-        << QStringList{verify.arg("xyz"), unpacking, ready}
-        << QStringList{} << QStringList{"xyz"} << QStringList{"xyz"} << QStringList{"Ready (1/0#0)"};
-    QTest::newRow("signature rejected")
-        << QStringList{"doc 1 1 y reject"} << QStringList{"doc"} << int(InstallFailed)
-        << QStringList{verify.arg("doc"), "Verification Failure"}
-        << QStringList{"doc"} << QStringList{} << QStringList{} << QStringList{"??? Signature error= Verification Failure"};
+        << QStringList { "xyz 2 1 y ok" } << QStringList { "xyz" } << int(InstallDone)
+        << QStringList { verify.arg("xyz"), unpacking, ready } << QStringList {} << QStringList { "xyz" }
+        << QStringList { "xyz" } << QStringList { "Ready (1/0#0)" };
+    QTest::newRow("signature rejected") << QStringList { "doc 1 1 y reject" } << QStringList { "doc" }
+                                        << int(InstallFailed)
+                                        << QStringList { verify.arg("doc"), "Verification Failure" }
+                                        << QStringList { "doc" } << QStringList {} << QStringList {}
+                                        << QStringList { "??? Signature error= Verification Failure" };
     QTest::newRow("unpack failure after logging")
-        << QStringList{"doc 1 1 y nounpack"} << QStringList{"doc"} << int(InstallFailed)
-        << QStringList{verify.arg("doc"), unpacking, "Unpack error: bzip2: (stdin) is not a bzip2 file. ; "}
-        << QStringList{"doc"} << QStringList{"doc"} << QStringList{}
-        << QStringList{"??? Unpack error: bzip2: (stdin) is not a bzip2 file. ; "};
-    QTest::newRow("no UPDATE.CONF")
-        << QStringList{"doc 1 1 y noconf"} << QStringList{"doc"} << int(InstallFailed)
-        << QStringList{verify.arg("doc"), unpacking, "UPDATE.CONF not found!"}
-        << QStringList{"doc"} << QStringList{"doc"} << QStringList{} << QStringList{"??? UPDATE.CONF not found!"};
+        << QStringList { "doc 1 1 y nounpack" } << QStringList { "doc" } << int(InstallFailed)
+        << QStringList { verify.arg("doc"), unpacking, "Unpack error: bzip2: (stdin) is not a bzip2 file. ; " }
+        << QStringList { "doc" } << QStringList { "doc" } << QStringList {}
+        << QStringList { "??? Unpack error: bzip2: (stdin) is not a bzip2 file. ; " };
+    QTest::newRow("no UPDATE.CONF") << QStringList { "doc 1 1 y noconf" } << QStringList { "doc" } << int(InstallFailed)
+                                    << QStringList { verify.arg("doc"), unpacking, "UPDATE.CONF not found!" }
+                                    << QStringList { "doc" } << QStringList { "doc" } << QStringList {}
+                                    << QStringList { "??? UPDATE.CONF not found!" };
     QTest::newRow("DELETE of a plain file")
-        << QStringList{"doc 1 1 y delfile"} << QStringList{"doc"} << int(InstallFailed)
-        << QStringList{verify.arg("doc"), unpacking, "File delete error!"}
-        << QStringList{"doc"} << QStringList{"doc"} << QStringList{} << QStringList{"??? Delete error"};
+        << QStringList { "doc 1 1 y delfile" } << QStringList { "doc" } << int(InstallFailed)
+        << QStringList { verify.arg("doc"), unpacking, "File delete error!" } << QStringList { "doc" }
+        << QStringList { "doc" } << QStringList {} << QStringList { "??? Delete error" };
     QTest::newRow("DELETE of a missing path")
-        << QStringList{"doc 1 1 y delmissing"} << QStringList{"doc"} << int(InstallDone)
-        << QStringList{verify.arg("doc"), unpacking, "Delete @/missing", ready}
-        << QStringList{} << QStringList{"doc"} << QStringList{"doc"} << QStringList{"Ready (1/0#0)"};
+        << QStringList { "doc 1 1 y delmissing" } << QStringList { "doc" } << int(InstallDone)
+        << QStringList { verify.arg("doc"), unpacking, "Delete @/missing", ready } << QStringList {}
+        << QStringList { "doc" } << QStringList { "doc" } << QStringList { "Ready (1/0#0)" };
     QTest::newRow("failure in second package keeps the first")
-        << QStringList{"ins 0 1 y reject", "doc 1 2 y ok"} << QStringList{"doc", "ins"} << int(InstallFailed)
-        << QStringList{verify.arg("doc"), unpacking, ready, verify.arg("ins"), "Verification Failure"}
-        << QStringList{"ins"} << QStringList{"doc"} << QStringList{"doc"}
-        << QStringList{"Ready (1/0#0)", "??? Signature error= Verification Failure"};
+        << QStringList { "ins 0 1 y reject", "doc 1 2 y ok" } << QStringList { "doc", "ins" } << int(InstallFailed)
+        << QStringList { verify.arg("doc"), unpacking, ready, verify.arg("ins"), "Verification Failure" }
+        << QStringList { "ins" } << QStringList { "doc" } << QStringList { "doc" }
+        << QStringList { "Ready (1/0#0)", "??? Signature error= Verification Failure" };
 }
 
 void InstallTest::install()
@@ -196,7 +198,8 @@ void InstallTest::install()
 
 void InstallTest::emptySelectionTouchesNothing()
 {
-    QList<UpdatePackage> list{addPackage(QStringLiteral("bin 3 2 n ok")), addPackage(QStringLiteral("doc 1 1 n ok"))};
+    QList<UpdatePackage> list { addPackage(QStringLiteral("bin 3 2 n ok")),
+        addPackage(QStringLiteral("doc 1 1 n ok")) };
     CWorker worker(*m_system);
     connect(&worker, &CWorker::message, this, [this](const QString& text) { m_messages << text; });
 

@@ -29,10 +29,13 @@ inline QByteArray readFile(const QString& path)
 
 // Records warning lines, and critical lines with the console's "??? " prefix,
 // while it exists; debug lines are dropped as on the device.
-class CDiagnosticsRecorder
-{
+class CDiagnosticsRecorder {
 public:
-    CDiagnosticsRecorder() { s_lines.clear(); s_previous = qInstallMessageHandler(record); }
+    CDiagnosticsRecorder()
+    {
+        s_lines.clear();
+        s_previous = qInstallMessageHandler(record);
+    }
     ~CDiagnosticsRecorder() { qInstallMessageHandler(s_previous); }
     CDiagnosticsRecorder(const CDiagnosticsRecorder&) = delete;
     CDiagnosticsRecorder& operator=(const CDiagnosticsRecorder&) = delete;

@@ -9,8 +9,7 @@
 
 using Script = QMap<QString, QString>;
 
-class UpdateConfTest : public QObject
-{
+class UpdateConfTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -39,38 +38,39 @@ void UpdateConfTest::readsScript_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<Script>("expected");
 
-    QTest::newRow("file-list example")
-        << QByteArray("; program update, two files\n"
-                      "DELETE = /usr/local/share/corvane/old\n"
-                      "DEST_FILE1 = /usr/local/bin\n"
-                      "DEST_FILE2 = \"/usr/local/share/corvane/lang\"\n"
-                      "FILE_LIST = corvane corvane_de.qm\n")
-        << Script{{"DELETE", "/usr/local/share/corvane/old"},
-                  {"DEST_FILE1", "/usr/local/bin"},
-                  {"DEST_FILE2", "/usr/local/share/corvane/lang"},
-                  {"FILE_LIST", "corvane corvane_de.qm"}};
-    QTest::newRow("tree example")
-        << QByteArray("; help files, whole tree\nBSP = 1.36.0 1.41.0\nDELETE=/usr/local/share/corvane/help\n")
-        << Script{{"BSP", "1.36.0 1.41.0"}, {"DELETE", "/usr/local/share/corvane/help"}};
-    QTest::newRow("comment") << QByteArray(";DELETE=/x\n") << Script{};
-    QTest::newRow("indented comment") << QByteArray("   \t; DELETE = /x\n") << Script{};
-    QTest::newRow("semicolon inside value") << QByteArray("A = b;c\n") << Script{{"A", "b;c"}};
-    QTest::newRow("indented line") << QByteArray("   KEY   =   value   \n") << Script{{"KEY", "value"}};
-    QTest::newRow("second equals cuts value") << QByteArray("KEY = a=b\n") << Script{{"KEY", "a"}};
-    QTest::newRow("empty value before second equals") << QByteArray("KEY==b\n") << Script{{"KEY", ""}};
-    QTest::newRow("every quote removed") << QByteArray("KEY = \"a \"b\"\n") << Script{{"KEY", "a b"}};
-    QTest::newRow("quoted blanks trimmed") << QByteArray("KEY = \"  padded  \"\n") << Script{{"KEY", "padded"}};
-    QTest::newRow("trailing quote only is kept") << QByteArray("KEY = abc\"\n") << Script{{"KEY", "abc\""}};
-    QTest::newRow("inner quote only is kept") << QByteArray("KEY = a\"b\n") << Script{{"KEY", "a\"b"}};
-    QTest::newRow("lower-case key kept apart") << QByteArray("delete = /x\n") << Script{{"delete", "/x"}};
-    QTest::newRow("empty DEST_FILE1") << QByteArray("DEST_FILE1 =\n") << Script{{"DEST_FILE1", ""}};
-    QTest::newRow("CRLF line ends") << QByteArray("A=1\r\nB = 2 \r\n") << Script{{"A", "1"}, {"B", "2"}};
-    QTest::newRow("no line end at the end") << QByteArray("A=1") << Script{{"A", "1"}};
-    QTest::newRow("lines without equals skipped") << QByteArray("JUST TEXT\n\n   \nA=1\n") << Script{{"A", "1"}};
-    QTest::newRow("last line wins") << QByteArray("A=1\nA=2\n") << Script{{"A", "2"}};
-    QTest::newRow("empty key") << QByteArray("= x\n") << Script{{"", "x"}};
-    QTest::newRow("double blanks in list kept") << QByteArray("FILE_LIST = a  b\n") << Script{{"FILE_LIST", "a  b"}};
-    QTest::newRow("empty file") << QByteArray() << Script{};
+    QTest::newRow("file-list example") << QByteArray("; program update, two files\n"
+                                                     "DELETE = /usr/local/share/corvane/old\n"
+                                                     "DEST_FILE1 = /usr/local/bin\n"
+                                                     "DEST_FILE2 = \"/usr/local/share/corvane/lang\"\n"
+                                                     "FILE_LIST = corvane corvane_de.qm\n")
+                                       << Script { { "DELETE", "/usr/local/share/corvane/old" },
+                                              { "DEST_FILE1", "/usr/local/bin" },
+                                              { "DEST_FILE2", "/usr/local/share/corvane/lang" },
+                                              { "FILE_LIST", "corvane corvane_de.qm" } };
+    QTest::newRow("tree example") << QByteArray(
+        "; help files, whole tree\nBSP = 1.36.0 1.41.0\nDELETE=/usr/local/share/corvane/help\n")
+                                  << Script { { "BSP", "1.36.0 1.41.0" },
+                                         { "DELETE", "/usr/local/share/corvane/help" } };
+    QTest::newRow("comment") << QByteArray(";DELETE=/x\n") << Script {};
+    QTest::newRow("indented comment") << QByteArray("   \t; DELETE = /x\n") << Script {};
+    QTest::newRow("semicolon inside value") << QByteArray("A = b;c\n") << Script { { "A", "b;c" } };
+    QTest::newRow("indented line") << QByteArray("   KEY   =   value   \n") << Script { { "KEY", "value" } };
+    QTest::newRow("second equals cuts value") << QByteArray("KEY = a=b\n") << Script { { "KEY", "a" } };
+    QTest::newRow("empty value before second equals") << QByteArray("KEY==b\n") << Script { { "KEY", "" } };
+    QTest::newRow("every quote removed") << QByteArray("KEY = \"a \"b\"\n") << Script { { "KEY", "a b" } };
+    QTest::newRow("quoted blanks trimmed") << QByteArray("KEY = \"  padded  \"\n") << Script { { "KEY", "padded" } };
+    QTest::newRow("trailing quote only is kept") << QByteArray("KEY = abc\"\n") << Script { { "KEY", "abc\"" } };
+    QTest::newRow("inner quote only is kept") << QByteArray("KEY = a\"b\n") << Script { { "KEY", "a\"b" } };
+    QTest::newRow("lower-case key kept apart") << QByteArray("delete = /x\n") << Script { { "delete", "/x" } };
+    QTest::newRow("empty DEST_FILE1") << QByteArray("DEST_FILE1 =\n") << Script { { "DEST_FILE1", "" } };
+    QTest::newRow("CRLF line ends") << QByteArray("A=1\r\nB = 2 \r\n") << Script { { "A", "1" }, { "B", "2" } };
+    QTest::newRow("no line end at the end") << QByteArray("A=1") << Script { { "A", "1" } };
+    QTest::newRow("lines without equals skipped") << QByteArray("JUST TEXT\n\n   \nA=1\n") << Script { { "A", "1" } };
+    QTest::newRow("last line wins") << QByteArray("A=1\nA=2\n") << Script { { "A", "2" } };
+    QTest::newRow("empty key") << QByteArray("= x\n") << Script { { "", "x" } };
+    QTest::newRow("double blanks in list kept")
+        << QByteArray("FILE_LIST = a  b\n") << Script { { "FILE_LIST", "a  b" } };
+    QTest::newRow("empty file") << QByteArray() << Script {};
 }
 
 void UpdateConfTest::readsScript()
@@ -93,7 +93,7 @@ void UpdateConfTest::rereadEmptiesMap()
 
     worker.ReadUpdateConf(QFileInfo(writeScript("BSP=1.36.0\n")));
 
-    QCOMPARE(worker.script, (Script{{"BSP", "1.36.0"}}));
+    QCOMPARE(worker.script, (Script { { "BSP", "1.36.0" } }));
 }
 
 void UpdateConfTest::missingFileGivesEmptyMap()
