@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -56,6 +57,21 @@ CWidgetProbe::CWidgetProbe(QObject* parent)
 {
     connect(&m_timer, &QTimer::timeout, this, &CWidgetProbe::sl_Look);
     m_timer.start(LookIntervalMs);
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+bool CWidgetProbe::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::Paint || watched->objectName() != QLatin1String("message"))
+        return false;
+    const auto* label = qobject_cast<const QLabel*>(watched);
+    if (!label || label->text() == m_lastMessage)
+        return false;
+    m_lastMessage = label->text();
+    ++m_messageCount;
+    std::fprintf(stderr, "widgetprobe\tmessage\t%d\t%s\n", m_messageCount, field(m_lastMessage).toUtf8().constData());
+    std::fflush(stderr);
+    return false;
 }
 
 void CWidgetProbe::sl_Look()
@@ -70,6 +86,7 @@ void CWidgetProbe::sl_Look()
     }
     const QWidget* focus = QApplication::focusWidget();
     snapshot += QStringLiteral("focus\t%1\n").arg(focus ? focus->objectName() : QString());
+    snapshot += QStringLiteral("messages\t%1\n").arg(m_messageCount);
     if (snapshot == m_lastSnapshot)
         return;
     m_lastSnapshot = snapshot;
