@@ -24,11 +24,13 @@ QString kindName(int kind)
 
 QString row(const QStringList& cells)
 {
-    static const int widths[] = {3, -36, -13, -13, 12, 12, 0};
+    static const int widths[] = {-3, -36, -13, -14, -9, -11, 0};
     QString line = QString::fromLatin1(TableFormat);
     for (int i = 0; i < cells.size(); ++i)
         line = line.arg(cells.at(i), widths[i]);
-    return line.trimmed() + QLatin1Char('\n');
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line + QLatin1Char('\n');
 }
 
 } // namespace
