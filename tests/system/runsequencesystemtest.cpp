@@ -39,8 +39,7 @@ bool writeFile(const QString& path, const QByteArray& content, bool executable =
     return true;
 }
 
-struct ToolResult
-{
+struct ToolResult {
     int exitCode = -1;
     QString output;
 };
@@ -65,8 +64,7 @@ ToolResult runTool(const QString& program, const QStringList& arguments, int tim
 
 Q_DECLARE_METATYPE(FileContents)
 
-class RunSequenceSystemTest : public QObject
-{
+class RunSequenceSystemTest : public QObject {
     Q_OBJECT
 
 private:
@@ -87,7 +85,8 @@ private Q_SLOTS:
 
 ToolResult RunSequenceSystemTest::drive(const QString& action, const QStringList& arguments) const
 {
-    return runTool(TestPaths::source(QStringLiteral("tools/drive-window")), QStringList{action, m_state} + arguments);
+    return runTool(
+        TestPaths::source(QStringLiteral("tools/drive-window")), QStringList { action, m_state } + arguments);
 }
 
 ToolResult RunSequenceSystemTest::makePackage(const QStringList& arguments) const
@@ -103,32 +102,32 @@ ToolResult RunSequenceSystemTest::makePackage(const QStringList& arguments) cons
 bool RunSequenceSystemTest::addPackage(const QString& stick, const QString& package) const
 {
     const QString source = m_work.filePath(QStringLiteral("source-") + package);
-    const QStringList common{QStringLiteral("--bsp"), QStringLiteral("1.36.0"), QStringLiteral("--key"),
-                             m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick};
+    const QStringList common { QStringLiteral("--bsp"), QStringLiteral("1.36.0"), QStringLiteral("--key"),
+        m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick };
     if (package == QLatin1String("installer")) {
         // Records its hand-over call the way the device's own installer stub does.
         const QString installer = source + QStringLiteral("/pkgupdate");
         writeFile(installer, NewInstaller, true);
-        return makePackage(QStringList{QStringLiteral("files"), QStringLiteral("--name"), QStringLiteral("ins"),
-                                       QStringLiteral("--version"), QStringLiteral("2.0.1")}
-                           + common + QStringList{installer + QStringLiteral("=/usr/local/bin")})
+        return makePackage(QStringList { QStringLiteral("files"), QStringLiteral("--name"), QStringLiteral("ins"),
+                               QStringLiteral("--version"), QStringLiteral("2.0.1") }
+                   + common + QStringList { installer + QStringLiteral("=/usr/local/bin") })
                    .exitCode
             == 0;
     }
     if (package == QLatin1String("help")) {
         writeFile(source + QStringLiteral("/usr/local/share/corvane/help/version.txt"), NewHelpVersion);
-        return makePackage(QStringList{QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("doc"),
-                                       QStringLiteral("--version"), QStringLiteral("4.0.0"), QStringLiteral("--delete"),
-                                       QStringLiteral("/usr/local/share/corvane/help")}
-                           + common + QStringList{source})
+        return makePackage(QStringList { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("doc"),
+                               QStringLiteral("--version"), QStringLiteral("4.0.0"), QStringLiteral("--delete"),
+                               QStringLiteral("/usr/local/share/corvane/help") }
+                   + common + QStringList { source })
                    .exitCode
             == 0;
     }
     writeFile(source + QStringLiteral("/usr/local/bin/corvane"), NewProgram, true);
-    const ToolResult made = makePackage(QStringList{QStringLiteral("tree"), QStringLiteral("--name"),
-                                                    QStringLiteral("bin"), QStringLiteral("--version"),
-                                                    QStringLiteral("3.1.0")}
-                                        + common + QStringList{source});
+    const ToolResult made
+        = makePackage(QStringList { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("bin"),
+                          QStringLiteral("--version"), QStringLiteral("3.1.0") }
+            + common + QStringList { source });
     if (made.exitCode != 0)
         return false;
     if (package != QLatin1String("tampered"))
@@ -139,16 +138,17 @@ bool RunSequenceSystemTest::addPackage(const QString& stick, const QString& pack
 
 void RunSequenceSystemTest::initTestCase()
 {
-    for (const char* tool : {"Xvfb", "xdotool", "bwrap"}) {
+    for (const char* tool : { "Xvfb", "xdotool", "bwrap" }) {
         if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
             QSKIP(qPrintable(QStringLiteral("%1 is not installed (tools/install-deps)").arg(QLatin1String(tool))));
     }
     QVERIFY(m_work.isValid());
     m_state = m_work.filePath(QStringLiteral("x"));
     m_keys = m_work.filePath(QStringLiteral("keys"));
-    const ToolResult keygen = makePackage({QStringLiteral("keygen"), m_keys});
+    const ToolResult keygen = makePackage({ QStringLiteral("keygen"), m_keys });
     QVERIFY2(keygen.exitCode == 0, qPrintable(keygen.output));
-    const ToolResult started = drive(QStringLiteral("start"), {QStringLiteral("--build"), TestPaths::build(QString())});
+    const ToolResult started
+        = drive(QStringLiteral("start"), { QStringLiteral("--build"), TestPaths::build(QString()) });
     QVERIFY2(started.exitCode == 0, qPrintable(started.output));
 }
 
@@ -168,7 +168,8 @@ void RunSequenceSystemTest::technicianRun_data()
 
     const QString query = QStringLiteral("/usr/local/bin/corvane -v");
     const QString stop = QStringLiteral("/etc/init.d/corvane stop || killall -9 corvane");
-    const QStringList restart{QStringLiteral("/etc/init.d/corvane stop"), QStringLiteral("/etc/init.d/corvane start")};
+    const QStringList restart { QStringLiteral("/etc/init.d/corvane stop"),
+        QStringLiteral("/etc/init.d/corvane start") };
     const QString reboot = QStringLiteral("/sbin/reboot ");
     const QString handOver = QStringLiteral("/usr/local/bin/pkgupdate ") + Medium;
     const QString corvane = QStringLiteral("/usr/local/bin/corvane");
@@ -179,31 +180,31 @@ void RunSequenceSystemTest::technicianRun_data()
     const QString program = QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2");
     const QString help = QStringLiteral("doc-4.0.0-BSP-1.36.0.tar.bz2");
     const QString installer = QStringLiteral("ins-2.0.1-BSP-1.36.0.tar.bz2");
-    const FileContents untouched{{ini, missing}, {log, missing}, {helpVersion, missing}};
+    const FileContents untouched { { ini, missing }, { log, missing }, { helpVersion, missing } };
 
     QTest::newRow("empty stick: nothing stopped, no window")
         << QStringList() << QStringList() << QStringList() << untouched << QStringList();
     QTest::newRow("quit restarts the application")
-        << QStringList{QStringLiteral("program")} << QStringList{QStringLiteral("click quit")}
-        << (QStringList{query, stop} + restart) << untouched << QStringList();
+        << QStringList { QStringLiteral("program") } << QStringList { QStringLiteral("click quit") }
+        << (QStringList { query, stop } + restart) << untouched << QStringList();
     QTest::newRow("program install ends with the stick box and a reboot")
-        << QStringList{QStringLiteral("program")} << QStringList{QStringLiteral("install")}
-        << QStringList{query, stop, reboot} << FileContents{{corvane, NewProgram}, {ini, missing}}
-        << QStringList{program};
+        << QStringList { QStringLiteral("program") } << QStringList { QStringLiteral("install") }
+        << QStringList { query, stop, reboot } << FileContents { { corvane, NewProgram }, { ini, missing } }
+        << QStringList { program };
     QTest::newRow("installer install hands over and marks the re-run")
-        << QStringList{QStringLiteral("installer")} << QStringList{QStringLiteral("install")}
-        << QStringList{stop, handOver}
-        << FileContents{{QStringLiteral("/usr/local/bin/pkgupdate"), NewInstaller}, {ini, "ReRun=true\n\n"}}
-        << QStringList{installer};
+        << QStringList { QStringLiteral("installer") } << QStringList { QStringLiteral("install") }
+        << QStringList { stop, handOver }
+        << FileContents { { QStringLiteral("/usr/local/bin/pkgupdate"), NewInstaller }, { ini, "ReRun=true\n\n" } }
+        << QStringList { installer };
     QTest::newRow("help files go on to the program in one press")
-        << QStringList{QStringLiteral("program"), QStringLiteral("help")} << QStringList{QStringLiteral("install")}
-        << QStringList{query, stop, reboot}
-        << FileContents{{corvane, NewProgram}, {helpVersion, NewHelpVersion}, {ini, missing}}
-        << QStringList{help, program};
+        << QStringList { QStringLiteral("program"), QStringLiteral("help") }
+        << QStringList { QStringLiteral("install") } << QStringList { query, stop, reboot }
+        << FileContents { { corvane, NewProgram }, { helpVersion, NewHelpVersion }, { ini, missing } }
+        << QStringList { help, program };
     QTest::newRow("tampered package is refused, then quit")
-        << QStringList{QStringLiteral("tampered")}
-        << QStringList{QStringLiteral("install"), QStringLiteral("click quit")} << (QStringList{query, stop} + restart)
-        << untouched << QStringList();
+        << QStringList { QStringLiteral("tampered") }
+        << QStringList { QStringLiteral("install"), QStringLiteral("click quit") }
+        << (QStringList { query, stop } + restart) << untouched << QStringList();
 }
 
 void RunSequenceSystemTest::technicianRun()
@@ -222,24 +223,24 @@ void RunSequenceSystemTest::technicianRun()
     SandboxRun device(row.filePath(QStringLiteral("device")));
 
     const ToolResult run = drive(QStringLiteral("run"),
-                                 {QStringLiteral("--device"), device.deviceDirectory(), QStringLiteral("--ro"),
-                                  TestPaths::build(QString()), QStringLiteral("--key"),
-                                  m_keys + QStringLiteral("/public.pem"), QStringLiteral("--stick"), stick,
-                                  QStringLiteral("--"), TestPaths::executable(), QStringLiteral("-qws"), Medium});
+        { QStringLiteral("--device"), device.deviceDirectory(), QStringLiteral("--ro"), TestPaths::build(QString()),
+            QStringLiteral("--key"), m_keys + QStringLiteral("/public.pem"), QStringLiteral("--stick"), stick,
+            QStringLiteral("--"), TestPaths::executable(), QStringLiteral("-qws"), Medium });
     QVERIFY2(run.exitCode == 0, qPrintable(run.output));
     for (const QString& action : actions) {
         const ToolResult done = drive(action.section(QLatin1Char(' '), 0, 0),
-                                      action.section(QLatin1Char(' '), 1).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+            action.section(QLatin1Char(' '), 1).split(QLatin1Char(' '), Qt::SkipEmptyParts));
         QVERIFY2(done.exitCode == 0, qPrintable(action + QStringLiteral(": ") + done.output));
     }
-    const ToolResult finished = drive(QStringLiteral("finish"), {QStringLiteral("60")});
+    const ToolResult finished = drive(QStringLiteral("finish"), { QStringLiteral("60") });
     QCOMPARE(finished.output.trimmed(), QStringLiteral("0"));
 
     QCOMPARE(device.calls(), expectedCalls);
     for (auto file = expectedFiles.cbegin(); file != expectedFiles.cend(); ++file)
         QCOMPARE(readFile(device.hostPath(file.key())), file.value());
     QStringList logged;
-    const QString log = QString::fromUtf8(readFile(device.hostPath(QStringLiteral("/usr/local/share/corvane/update.log"))));
+    const QString log
+        = QString::fromUtf8(readFile(device.hostPath(QStringLiteral("/usr/local/share/corvane/update.log"))));
     for (const QString& line : log.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
         logged << line.section(QLatin1Char(' '), 1);
     if (log == QLatin1String("<missing>"))

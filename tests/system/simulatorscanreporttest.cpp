@@ -9,7 +9,7 @@ namespace {
 
 UpdatePackage record(const QString& fileName, const QString& name, int kind, const CVersion& version)
 {
-    UpdatePackage package{QFileInfo(QStringLiteral("/media/usb/") + fileName)};
+    UpdatePackage package { QFileInfo(QStringLiteral("/media/usb/") + fileName) };
     package.name = name;
     package.priority = kind;
     package.version = version;
@@ -18,8 +18,7 @@ UpdatePackage record(const QString& fileName, const QString& name, int kind, con
 
 } // namespace
 
-class SimulatorScanReportTest : public QObject
-{
+class SimulatorScanReportTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -88,10 +87,10 @@ void SimulatorScanReportTest::rowsInWindowOrder()
     // Listed by name; the window shows the installer before the help files
     // before the program when their versions are equal.
     const CVersion version(3, 1, 0, false);
-    const QList<UpdatePackage> packages{
-        record(QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("bin"), KindProgram, version),
+    const QList<UpdatePackage> packages { record(QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("bin"),
+                                              KindProgram, version),
         record(QStringLiteral("doc-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("doc"), KindHelpFiles, version),
-        record(QStringLiteral("ins-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("ins"), KindInstaller, version)};
+        record(QStringLiteral("ins-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("ins"), KindInstaller, version) };
 
     const QStringList lines = ScanReport::table(packages, false).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 4);

@@ -11,8 +11,7 @@
 
 namespace {
 
-struct ToolResult
-{
+struct ToolResult {
     int exitCode = -1;
     QString output;
 };
@@ -46,8 +45,7 @@ bool writeExecutable(const QString& path, const QByteArray& content)
 
 } // namespace
 
-class StickSimulatorDemoTest : public QObject
-{
+class StickSimulatorDemoTest : public QObject {
     Q_OBJECT
 
 private:
@@ -70,9 +68,9 @@ bool StickSimulatorDemoTest::makeProgramPackage(const QString& stick, const QStr
     if (!writeExecutable(source + QStringLiteral("/usr/local/bin/corvane"), "#!/bin/sh\necho 3.1.0\n"))
         return false;
     return runTool(QStringLiteral("tools/make-package"),
-                   {QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("bin"), QStringLiteral("--version"),
-                    version, QStringLiteral("--bsp"), bsp, QStringLiteral("--key"), m_keys + QStringLiteral("/private.pem"),
-                    QStringLiteral("--out"), stick, source})
+               { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("bin"), QStringLiteral("--version"),
+                   version, QStringLiteral("--bsp"), bsp, QStringLiteral("--key"),
+                   m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick, source })
                .exitCode
         == 0;
 }
@@ -83,22 +81,22 @@ bool StickSimulatorDemoTest::makeHelpPackage(const QString& stick) const
     if (!writeExecutable(source + QStringLiteral("/usr/local/share/corvane/help/version.txt"), "version=3.1.0\n"))
         return false;
     return runTool(QStringLiteral("tools/make-package"),
-                   {QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("doc"), QStringLiteral("--version"),
-                    QStringLiteral("3.1.0"), QStringLiteral("--bsp"), QStringLiteral("1.36.0"), QStringLiteral("--key"),
-                    m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick, source})
+               { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("doc"), QStringLiteral("--version"),
+                   QStringLiteral("3.1.0"), QStringLiteral("--bsp"), QStringLiteral("1.36.0"), QStringLiteral("--key"),
+                   m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick, source })
                .exitCode
         == 0;
 }
 
 void StickSimulatorDemoTest::initTestCase()
 {
-    for (const char* tool : {"Xvfb", "xdotool", "bwrap", "import"}) {
+    for (const char* tool : { "Xvfb", "xdotool", "bwrap", "import" }) {
         if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
             QSKIP(qPrintable(QStringLiteral("%1 is not installed (tools/install-deps)").arg(QLatin1String(tool))));
     }
     QVERIFY(m_work.isValid());
     m_keys = m_work.filePath(QStringLiteral("keys"));
-    QCOMPARE(runTool(QStringLiteral("tools/make-package"), {QStringLiteral("keygen"), m_keys}).exitCode, 0);
+    QCOMPARE(runTool(QStringLiteral("tools/make-package"), { QStringLiteral("keygen"), m_keys }).exitCode, 0);
 }
 
 void StickSimulatorDemoTest::simulatorReport_data()
@@ -109,29 +107,29 @@ void StickSimulatorDemoTest::simulatorReport_data()
 
     QTest::newRow("empty stick: no window, device untouched")
         << QStringList() << QStringList()
-        << QStringList{QStringLiteral("no packages"), QStringLiteral("not shown (no packages found)"),
-                       QStringLiteral("Next: nothing: the installer ended without touching the device")};
+        << QStringList { QStringLiteral("no packages"), QStringLiteral("not shown (no packages found)"),
+               QStringLiteral("Next: nothing: the installer ended without touching the device") };
     QTest::newRow("quit restarts the application")
-        << QStringList{QStringLiteral("bin 3.1.0 1.36.0")} << QStringList{QStringLiteral("--quit")}
-        << QStringList{QStringLiteral("pre-selected"), QStringLiteral("pressed Quit"),
-                       QStringLiteral("Installed, in this order (update.log)"), QStringLiteral("  nothing"),
-                       QStringLiteral("Next: restart the application")};
+        << QStringList { QStringLiteral("bin 3.1.0 1.36.0") } << QStringList { QStringLiteral("--quit") }
+        << QStringList { QStringLiteral("pre-selected"), QStringLiteral("pressed Quit"),
+               QStringLiteral("Installed, in this order (update.log)"), QStringLiteral("  nothing"),
+               QStringLiteral("Next: restart the application") };
     QTest::newRow("program install: files, log and reboot")
-        << QStringList{QStringLiteral("bin 3.1.0 1.36.0")} << QStringList()
-        << QStringList{QStringLiteral("pressed Install"), QStringLiteral("box: Update | Please remove USB"),
-                       QStringLiteral("Z bin-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("gained  /UPDATE.CONF"),
-                       QStringLiteral("changed /usr/local/bin/corvane"), QStringLiteral("Next: reboot the device")};
+        << QStringList { QStringLiteral("bin 3.1.0 1.36.0") } << QStringList()
+        << QStringList { QStringLiteral("pressed Install"), QStringLiteral("box: Update | Please remove USB"),
+               QStringLiteral("Z bin-3.1.0-BSP-1.36.0.tar.bz2"), QStringLiteral("gained  /UPDATE.CONF"),
+               QStringLiteral("changed /usr/local/bin/corvane"), QStringLiteral("Next: reboot the device") };
     QTest::newRow("wrong BSP only: red reason, Install disabled")
-        << QStringList{QStringLiteral("bin 3.1.0 1.41.0")} << QStringList()
-        << QStringList{QStringLiteral("red: Wrong BSP 1.41.0"), QStringLiteral("Install is disabled"),
-                       QStringLiteral("Next: restart the application")};
+        << QStringList { QStringLiteral("bin 3.1.0 1.41.0") } << QStringList()
+        << QStringList { QStringLiteral("red: Wrong BSP 1.41.0"), QStringLiteral("Install is disabled"),
+               QStringLiteral("Next: restart the application") };
     QTest::newRow("unticked program: help files only, window stays, then quit")
-        << QStringList{QStringLiteral("bin 3.1.0 1.36.0"), QStringLiteral("doc")}
-        << QStringList{QStringLiteral("--untick"), QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2")}
-        << QStringList{QStringLiteral("ticked off: row"), QStringLiteral("window idle: Ready"),
-                       QStringLiteral("Z doc-3.1.0-BSP-1.36.0.tar.bz2"),
-                       QStringLiteral("changed /usr/local/share/corvane/help/version.txt"),
-                       QStringLiteral("Next: restart the application")};
+        << QStringList { QStringLiteral("bin 3.1.0 1.36.0"), QStringLiteral("doc") }
+        << QStringList { QStringLiteral("--untick"), QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2") }
+        << QStringList { QStringLiteral("ticked off: row"), QStringLiteral("window idle: Ready"),
+               QStringLiteral("Z doc-3.1.0-BSP-1.36.0.tar.bz2"),
+               QStringLiteral("changed /usr/local/share/corvane/help/version.txt"),
+               QStringLiteral("Next: restart the application") };
 }
 
 void StickSimulatorDemoTest::simulatorReport()
@@ -148,12 +146,11 @@ void StickSimulatorDemoTest::simulatorReport()
         QVERIFY(fields.first() == QLatin1String("doc") ? makeHelpPackage(stick)
                                                        : makeProgramPackage(stick, fields.at(1), fields.at(2)));
     }
-    const ToolResult simulated = runTool(
-        QStringLiteral("tools/stick-simulator"),
-        QStringList{QStringLiteral("--build"), TestPaths::build(QString()), QStringLiteral("--out"),
-                    row.filePath(QStringLiteral("out")), QStringLiteral("--key"), m_keys + QStringLiteral("/public.pem"),
-                    QStringLiteral("--help-version"), QStringLiteral("3.0.0")}
-            + options + QStringList{stick});
+    const ToolResult simulated = runTool(QStringLiteral("tools/stick-simulator"),
+        QStringList { QStringLiteral("--build"), TestPaths::build(QString()), QStringLiteral("--out"),
+            row.filePath(QStringLiteral("out")), QStringLiteral("--key"), m_keys + QStringLiteral("/public.pem"),
+            QStringLiteral("--help-version"), QStringLiteral("3.0.0") }
+            + options + QStringList { stick });
     QVERIFY2(simulated.exitCode == 0, qPrintable(simulated.output));
     qsizetype from = 0;
     for (const QString& line : expectedLines) {
@@ -167,8 +164,8 @@ void StickSimulatorDemoTest::simulatorReport()
 void StickSimulatorDemoTest::headlessDemoInstalls()
 {
     const ToolResult demo = runTool(QStringLiteral("tools/demo"),
-                                    {QStringLiteral("--headless"), QStringLiteral("--build"), TestPaths::build(QString()),
-                                     QStringLiteral("--out"), m_work.filePath(QStringLiteral("demo"))});
+        { QStringLiteral("--headless"), QStringLiteral("--build"), TestPaths::build(QString()), QStringLiteral("--out"),
+            m_work.filePath(QStringLiteral("demo")) });
     QVERIFY2(demo.exitCode == 0, qPrintable(demo.output));
     QVERIFY2(demo.output.contains(QLatin1String("Help files and program were installed")), qPrintable(demo.output));
     QVERIFY(QFile::exists(m_work.filePath(QStringLiteral("demo/report/window-before.png"))));

@@ -24,7 +24,7 @@ QString kindName(int kind)
 
 QString row(const QStringList& cells)
 {
-    static const int widths[] = {-3, -36, -13, -14, -9, -11, 0};
+    static const int widths[] = { -3, -36, -13, -14, -9, -11, 0 };
     QString line = QString::fromLatin1(TableFormat);
     for (int i = 0; i < cells.size(); ++i)
         line = line.arg(cells.at(i), widths[i]);
@@ -68,15 +68,14 @@ QString table(QList<UpdatePackage> packages, bool truncated)
 {
     if (!packages.isEmpty())
         sortPackages(packages);
-    QString text = row({QStringLiteral("row"), QStringLiteral("file"), QStringLiteral("shown as"),
-                        QStringLiteral("kind"), QStringLiteral("new"), QStringLiteral("installed"),
-                        QStringLiteral("state")});
+    QString text = row({ QStringLiteral("row"), QStringLiteral("file"), QStringLiteral("shown as"),
+        QStringLiteral("kind"), QStringLiteral("new"), QStringLiteral("installed"), QStringLiteral("state") });
     for (int i = 0; i < packages.size(); ++i) {
         const UpdatePackage& record = packages.at(i);
         const QString version = record.error == ErrorNone ? record.version.toString() : QStringLiteral("-");
-        text += row({QString::number(i), record.file.fileName(), typeLabel(record),
-                     QStringLiteral("%1 %2").arg(record.priority).arg(kindName(record.priority)), version,
-                     record.installed.toString(), stateText(record)});
+        text += row({ QString::number(i), record.file.fileName(), typeLabel(record),
+            QStringLiteral("%1 %2").arg(record.priority).arg(kindName(record.priority)), version,
+            record.installed.toString(), stateText(record) });
     }
     if (packages.isEmpty())
         text += QStringLiteral("(no packages: the installer ends at once and changes nothing)\n");

@@ -91,7 +91,8 @@ void CWidgetProbe::sl_Look()
         return;
     m_lastSnapshot = snapshot;
     ++m_count;
-    const QString block = QStringLiteral("begin\t%1\n").arg(m_count) + snapshot + QStringLiteral("end\t%1\n").arg(m_count);
+    const QString block
+        = QStringLiteral("begin\t%1\n").arg(m_count) + snapshot + QStringLiteral("end\t%1\n").arg(m_count);
     const QStringList lines = block.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const QString& line : lines)
         std::fprintf(stderr, "widgetprobe\t%s\n", line.toUtf8().constData());
@@ -105,17 +106,18 @@ QString CWidgetProbe::describeWindow(QWidget* window)
         text = box->text();
     QString lines = QStringLiteral("window\t%1\t%2\t%3\t%4\t%5\n")
                         .arg(QString::fromLatin1(window->metaObject()->className()), window->objectName(),
-                             rectFields(window), field(window->windowTitle()), field(text));
+                            rectFields(window), field(window->windowTitle()), field(text));
     const QList<QWidget*> children = window->findChildren<QWidget*>();
     for (QWidget* child : children) {
-        if (child->isVisible() && !child->objectName().isEmpty() && !child->objectName().startsWith(QLatin1String("qt_")))
+        if (child->isVisible() && !child->objectName().isEmpty()
+            && !child->objectName().startsWith(QLatin1String("qt_")))
             lines += describeWidget(child);
     }
     if (auto* box = qobject_cast<QMessageBox*>(window)) {
         if (QPushButton* button = box->defaultButton())
             lines += QStringLiteral("widget\tmsgbox_default\t%1\t%2\t-\t%3\n")
                          .arg(rectFields(button), button->isEnabled() ? QStringLiteral("1") : QStringLiteral("0"),
-                              field(button->text()));
+                             field(button->text()));
     }
     return lines;
 }
@@ -124,7 +126,7 @@ QString CWidgetProbe::describeWidget(QWidget* widget)
 {
     return QStringLiteral("widget\t%1\t%2\t%3\t%4\t%5\n")
         .arg(widget->objectName(), rectFields(widget), widget->isEnabled() ? QStringLiteral("1") : QStringLiteral("0"),
-             checkedField(widget), field(textOf(widget)));
+            checkedField(widget), field(textOf(widget)));
 }
 
 QObject* CWidgetProbePlugin::create(const QString& key, const QString&)

@@ -14,8 +14,7 @@ class QWidget;
 // find where to click; nothing is ever changed in the watched program.
 // Texts shown in the message line ("message") are written the moment they are
 // painted, since an installation keeps the event loop (and the timer) busy.
-class CWidgetProbe : public QObject
-{
+class CWidgetProbe : public QObject {
     Q_OBJECT
 
 public:
@@ -41,11 +40,10 @@ private:
 
 // Makes the probe when the toolkit loads generic plugins
 // (QT_QPA_GENERIC_PLUGINS=widgetprobe).
-class CWidgetProbePlugin : public QGenericPlugin
-{
+class CWidgetProbePlugin : public QGenericPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "widgetprobe.json")
 
 public:
-    QObject* create(const QString& key, const QString& specification) override;
+    QObject* create(const QString& key, const QString& parameters) override;
 };
