@@ -85,8 +85,8 @@ QLabel* CMainWidget::makeVersionLabel()
         "<small><table text-align=\"right|center|left\"><tr> <td align=\"right\">%1</td> <td> : </td> "
         "<td>%2%3</td> </tr><tr> <td align=\"right\">%4</td> <td> : </td> <td>%5</td> </tr></table></small>");
     auto* label = new QLabel(pattern.arg(tr("Installer"), m_context.installerVersion.toString(),
-                                         m_context.versionSuffix, tr("BSP"), m_context.system.bspVersion),
-                             this);
+                                 m_context.versionSuffix, tr("BSP"), m_context.system.bspVersion),
+        this);
     label->setObjectName(QStringLiteral("versionLabel"));
     return label;
 }
@@ -98,7 +98,7 @@ QBoxLayout* CMainWidget::makeButtonRow()
     m_quit = makeButton(QStringLiteral(":/png/exit"), QStringLiteral("quit"), &CMainWidget::sl_BtnQuit);
     m_language = makeButton(QStringLiteral(":/png/lang"), QStringLiteral("language"), &CMainWidget::sl_BtnLanguage);
     m_help = makeButton(QStringLiteral(":/png/help"), QStringLiteral("help"), &CMainWidget::sl_BtnHelp);
-    for (QPushButton* button : {m_install, m_quit, m_language, m_help})
+    for (QPushButton* button : { m_install, m_quit, m_language, m_help })
         row->addWidget(button);
     return row;
 }
@@ -144,7 +144,7 @@ void CMainWidget::clearTable()
 
 void CMainWidget::addHeaderRow()
 {
-    const QString titles[] = {tr("Package"), tr("Installed"), tr("New"), tr("Select")};
+    const QString titles[] = { tr("Package"), tr("Installed"), tr("New"), tr("Select") };
     for (int column = 0; column < 4; ++column) {
         auto* label = new QLabel(titles[column], m_packageBox);
         label->setObjectName(rowName("header_", column));
@@ -190,8 +190,8 @@ void CMainWidget::addReason(int index, int row)
 {
     UpdatePackage& package = m_packages[index];
     package.selected = false;
-    auto* reason = new QLabel(QStringLiteral("<font size=xx-small color=\"red\">%1</font>").arg(reasonText(package)),
-                              m_packageBox);
+    auto* reason = new QLabel(
+        QStringLiteral("<font size=xx-small color=\"red\">%1</font>").arg(reasonText(package)), m_packageBox);
     reason->setObjectName(rowName("reason_", index));
     m_grid->addWidget(reason, row, 2, 1, 2, Qt::AlignCenter);
     package.checkBoxIndex = -1;
@@ -306,13 +306,12 @@ void CMainWidget::sl_BtnInstall()
     if (!hasSelection()) {
         // The one box of the window that has never been translated.
         QMessageBox::information(this, QStringLiteral("Update"),
-                                 QStringLiteral("No update selected. Please select an update or chancel the installer."),
-                                 QMessageBox::Ok);
+            QStringLiteral("No update selected. Please select an update or chancel the installer."), QMessageBox::Ok);
         return;
     }
     if (hasKindConflict()) {
-        QMessageBox::information(this, tr("Update"), tr("Please select only one of each package type."),
-                                 QMessageBox::Ok);
+        QMessageBox::information(
+            this, tr("Update"), tr("Please select only one of each package type."), QMessageBox::Ok);
         return;
     }
     EnableButtons(false);
@@ -331,8 +330,8 @@ void CMainWidget::finishInstall(int result)
         m_settings.SetReRun();
         QCoreApplication::exit(ExitNewInstaller);
     } else if (result == InstallProgram) {
-        QMessageBox::information(this, tr("Update", "Title"), tr("Please remove USB-Stick first. Then press OK.", "PopUp"),
-                                 QMessageBox::Ok);
+        QMessageBox::information(
+            this, tr("Update", "Title"), tr("Please remove USB-Stick first. Then press OK.", "PopUp"), QMessageBox::Ok);
         QCoreApplication::exit(ExitReboot);
     }
 }

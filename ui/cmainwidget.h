@@ -19,21 +19,20 @@ class QLabel;
 class QPushButton;
 
 // The process-wide objects the main window reads or drives.
-struct CMainWidgetContext
-{
-    CSystemTemplate& system;    // BSP version, share directory (settings)
-    CWorker& worker;            // runs the installation
-    CVersion installerVersion;  // shown in the version line and on the help page
-    CVersion installerBuild;    // shown on the help page
-    QString versionSuffix;      // third field of the version line
-    bool truncated;             // more packages on the medium than were taken
+struct CMainWidgetContext {
+    CSystemTemplate& system; // BSP version, share directory (settings)
+    CWorker& worker; // runs the installation
+    CVersion installerVersion; // shown in the version line and on the help page
+    CVersion installerBuild; // shown on the help page
+    QString versionSuffix; // third field of the version line
+    bool truncated; // more packages on the medium than were taken
 };
 
 // Event-loop exit codes with which the window ends the run.
 enum MainWidgetExitCode {
-    ExitQuit = 1,         // start the main application again
+    ExitQuit = 1, // start the main application again
     ExitNewInstaller = 2, // run the newly installed installer
-    ExitReboot = 3,       // reboot the device
+    ExitReboot = 3, // reboot the device
 };
 
 // The installer's full-screen window: version line, package table with check
@@ -43,8 +42,7 @@ enum MainWidgetExitCode {
 // "header_<column>", "type_<i>", "installed_<i>", "version_<i>", "checkbox_<i>",
 // "reason_<i>" (i: index in packages()), "install", "quit", "language", "help",
 // "message".
-class CMainWidget : public QWidget
-{
+class CMainWidget : public QWidget {
     Q_OBJECT
 
 public:

@@ -9,8 +9,7 @@
 #include <QTest>
 
 // The package table, the selection and the language change of the main window.
-class CMainWidgetTest : public QObject
-{
+class CMainWidgetTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -24,8 +23,7 @@ private Q_SLOTS:
     void languageCancelChangesNothing();
 };
 
-template<typename T>
-T* find(QWidget& window, const QString& name)
+template <typename T> T* find(QWidget& window, const QString& name)
 {
     return window.findChild<T*>(name);
 }
@@ -35,7 +33,7 @@ void CMainWidgetTest::packageRow_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("error");
     QTest::addColumn<QString>("bsp");
-    QTest::addColumn<QByteArray>("typeKey");   // empty: the name itself is shown
+    QTest::addColumn<QByteArray>("typeKey"); // empty: the name itself is shown
     QTest::addColumn<QByteArray>("reasonKey"); // empty: the row has a check box
 
     QTest::newRow("doc") << "doc" << 0 << "1.36.0" << QByteArray("_HelpFiles") << QByteArray();
@@ -66,7 +64,7 @@ void CMainWidgetTest::packageRow()
     UpdatePackage record = fixture.package(name, KindProgram, true, QStringLiteral("3.1.4"));
     record.error = error;
     record.bsp = bsp;
-    CMainWidget& window = fixture.open({record});
+    CMainWidget& window = fixture.open({ record });
 
     const QString typeText = typeKey.isEmpty() ? name : windowText(typeKey.constData());
     QCOMPARE(find<QLabel>(window, QStringLiteral("type_0"))->text(), typeText);
@@ -105,9 +103,9 @@ void CMainWidgetTest::checkBoxToggles()
     QFETCH(int, row);
 
     WindowFixture fixture;
-    CMainWidget& window = fixture.open({fixture.package(QStringLiteral("doc"), KindHelpFiles, false),
-                                        fixture.package(QStringLiteral("bin"), KindProgram, false),
-                                        fixture.package(QStringLiteral("ins"), KindInstaller, false)});
+    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("doc"), KindHelpFiles, false),
+        fixture.package(QStringLiteral("bin"), KindProgram, false),
+        fixture.package(QStringLiteral("ins"), KindInstaller, false) });
     auto* install = find<QPushButton>(window, QStringLiteral("install"));
     const QString nameAtRow = window.packages().at(row).name;
     auto* box = find<QCheckBox>(window, QStringLiteral("checkbox_%1").arg(row));
@@ -138,9 +136,8 @@ void CMainWidgetTest::shortenText_data()
     QTest::newRow("60 shortened to 28+3+28") << sixty << 59 << sixty.left(28) + QStringLiteral("...") + sixty.right(28);
     QTest::newRow("long text keeps both ends") << QString(200, QLatin1Char('x')) + QStringLiteral("END") << 59
                                                << QString(28, QLatin1Char('x')) + QStringLiteral("...")
-                                                      + QString(25, QLatin1Char('x')) + QStringLiteral("END");
-    QTest::newRow("odd remainder goes right") << QStringLiteral("0123456789ab") << 10
-                                              << QStringLiteral("012...89ab");
+            + QString(25, QLatin1Char('x')) + QStringLiteral("END");
+    QTest::newRow("odd remainder goes right") << QStringLiteral("0123456789ab") << 10 << QStringLiteral("012...89ab");
     QTest::newRow("even remainder") << QStringLiteral("0123456789ab") << 11 << QStringLiteral("0123...89ab");
 }
 
@@ -158,9 +155,9 @@ void CMainWidgetTest::shortenText()
 void CMainWidgetTest::languageChangeRebuildsTable()
 {
     WindowFixture fixture;
-    CMainWidget& window = fixture.open({fixture.package(QStringLiteral("doc"), KindHelpFiles, true),
-                                        fixture.package(QStringLiteral("bin"), KindProgram, false)},
-                                       true);
+    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("doc"), KindHelpFiles, true),
+                                           fixture.package(QStringLiteral("bin"), KindProgram, false) },
+        true);
     const QString versionLine = find<QLabel>(window, QStringLiteral("versionLabel"))->text();
     auto* oldBox = find<QCheckBox>(window, QStringLiteral("checkbox_1"));
     QTest::mouseClick(oldBox, Qt::LeftButton); // the selection now differs from the initial one
@@ -185,7 +182,7 @@ void CMainWidgetTest::languageChangeRebuildsTable()
     QCOMPARE(find<QPushButton>(window, QStringLiteral("install"))->text(), QStringLiteral("Installieren"));
     QCOMPARE(find<QLabel>(window, QStringLiteral("type_1"))->text(), QStringLiteral("Programm"));
     QCOMPARE(find<QLabel>(window, QStringLiteral("message"))->text(),
-             QStringLiteral("Mehr als 6 Pakete gefunden. Bitte löschen oder verschieben."));
+        QStringLiteral("Mehr als 6 Pakete gefunden. Bitte löschen oder verschieben."));
     QCOMPARE(find<QLabel>(window, QStringLiteral("versionLabel"))->text(), versionLine);
     QCOMPARE(find<QCheckBox>(window, QStringLiteral("checkbox_0"))->isChecked(), firstSelected);
     QVERIFY(find<QCheckBox>(window, QStringLiteral("checkbox_1"))->isChecked());
@@ -202,7 +199,7 @@ void CMainWidgetTest::languageChangeRebuildsTable()
 void CMainWidgetTest::languageCancelChangesNothing()
 {
     WindowFixture fixture;
-    CMainWidget& window = fixture.open({fixture.package(QStringLiteral("bin"), KindProgram, true)});
+    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("bin"), KindProgram, true) });
     auto* box = find<QCheckBox>(window, QStringLiteral("checkbox_0"));
     const QString title = find<QLabel>(window, QStringLiteral("title"))->text();
 

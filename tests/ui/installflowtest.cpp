@@ -9,8 +9,7 @@
 
 // What the main window's buttons do: refusals, installation results and their
 // exit codes, Quit and the help page.
-class InstallFlowTest : public QObject
-{
+class InstallFlowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -55,19 +54,23 @@ void InstallFlowTest::refusal_data()
     QTest::addColumn<QString>("text"); // empty: no refusal, the installation starts
 
     const QString none = QStringLiteral("No update selected. Please select an update or chancel the installer.");
-    QTest::newRow("nothing selected stays untranslated")
-        << QStringList{} << QList<int>{} << ":/lang/de" << "Update" << none;
-    QTest::newRow("two programs") << QStringList{"bin", "bin_main"} << QList<int>{KindProgram, KindProgram}
-                                  << ":/lang/en" << "Update"
+    QTest::newRow("nothing selected stays untranslated") << QStringList {} << QList<int> {} << ":/lang/de"
+                                                         << "Update" << none;
+    QTest::newRow("two programs") << QStringList { "bin", "bin_main" } << QList<int> { KindProgram, KindProgram }
+                                  << ":/lang/en"
+                                  << "Update"
                                   << "Please select only one package from each package type.";
-    QTest::newRow("two installers in German") << QStringList{"ins", "inst"} << QList<int>{KindInstaller, KindInstaller}
-                                              << ":/lang/de" << "Update"
-                                              << "Bitte wählen Sie von jedem Pakettyp jeweils nur ein Paket aus.";
+    QTest::newRow("two installers in German")
+        << QStringList { "ins", "inst" } << QList<int> { KindInstaller, KindInstaller } << ":/lang/de"
+        << "Update"
+        << "Bitte wählen Sie von jedem Pakettyp jeweils nur ein Paket aus.";
     QTest::newRow("two unrecognised, no catalogue")
-        << QStringList{"abc", "xyz"} << QList<int>{KindUnrecognised, KindUnrecognised} << ":/lang/xx" << "Update"
+        << QStringList { "abc", "xyz" } << QList<int> { KindUnrecognised, KindUnrecognised } << ":/lang/xx"
+        << "Update"
         << "Please select only one of each package type.";
-    QTest::newRow("different kinds allowed") << QStringList{"doc", "abc"} << QList<int>{KindHelpFiles, KindUnrecognised}
-                                             << ":/lang/xx" << QString() << QString();
+    QTest::newRow("different kinds allowed")
+        << QStringList { "doc", "abc" } << QList<int> { KindHelpFiles, KindUnrecognised } << ":/lang/xx" << QString()
+        << QString();
 }
 
 void InstallFlowTest::refusal()
@@ -80,7 +83,7 @@ void InstallFlowTest::refusal()
 
     WindowFixture fixture;
     fixture.writeSettings(QStringLiteral("Language=") + catalogue + QLatin1Char('\n'));
-    QList<UpdatePackage> records{fixture.package(QStringLiteral("doc"), KindHelpFiles, false)};
+    QList<UpdatePackage> records { fixture.package(QStringLiteral("doc"), KindHelpFiles, false) };
     for (int i = 0; i < names.size(); ++i)
         records << fixture.package(names.at(i), kinds.at(i), true, QStringLiteral("2.%1.0").arg(i));
     if (catalogue == QLatin1String(":/lang/xx"))
@@ -115,8 +118,8 @@ void InstallFlowTest::installResult_data()
     QTest::newRow("1: done, window stays") << "doc" << int(KindHelpFiles) << true << LoopNotEnded << false << false;
     QTest::newRow("10: failed, window stays") << "doc" << int(KindHelpFiles) << false << LoopNotEnded << false << true;
     QTest::newRow("2: new installer") << "ins" << int(KindInstaller) << true << int(ExitNewInstaller) << false << false;
-    QTest::newRow("3: program, stick box first") << "bin" << int(KindProgram) << true << int(ExitReboot) << true
-                                                 << false;
+    QTest::newRow("3: program, stick box first")
+        << "bin" << int(KindProgram) << true << int(ExitReboot) << true << false;
 }
 
 void InstallFlowTest::installResult()
@@ -132,7 +135,7 @@ void InstallFlowTest::installResult()
     const UpdatePackage record = fixture.package(name, kind, true);
     if (unpackable)
         fixture.makeInstallable(record);
-    CMainWidget& window = fixture.open({record});
+    CMainWidget& window = fixture.open({ record });
 
     ModalCloser closer;
     QCOMPARE(runForExitCode([&window] { window.sl_BtnInstall(); }), exitCode);
@@ -148,9 +151,8 @@ void InstallFlowTest::installResult()
     QCOMPARE(window.packages().at(0).selected, checkedAfter);
     QCOMPARE(window.findChild<QPushButton*>(QStringLiteral("install"))->isEnabled(), checkedAfter);
     QVERIFY(window.findChild<QPushButton*>(QStringLiteral("quit"))->isEnabled());
-    const QString lastMessage = unpackable
-        ? workerText("Ready")
-        : workerText("Unpack error: ") + fixture.system.unpackError;
+    const QString lastMessage
+        = unpackable ? workerText("Ready") : workerText("Unpack error: ") + fixture.system.unpackError;
     QCOMPARE(messageLine(window), CMainWidget::ShortenText(lastMessage, 59));
     QCOMPARE(QFile::exists(fixture.destination() + QStringLiteral("/payload")), unpackable);
 }
@@ -158,7 +160,7 @@ void InstallFlowTest::installResult()
 void InstallFlowTest::quitEndsWithOne()
 {
     WindowFixture fixture;
-    CMainWidget& window = fixture.open({fixture.package(QStringLiteral("bin"), KindProgram, true)});
+    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("bin"), KindProgram, true) });
     QTest::ignoreMessage(QtDebugMsg, "sl_BtnCancel()");
     auto* quit = window.findChild<QPushButton*>(QStringLiteral("quit"));
     QCOMPARE(runForExitCode([quit] { quit->click(); }), int(ExitQuit));
@@ -171,7 +173,9 @@ void InstallFlowTest::helpPage_data()
     QTest::addColumn<QString>("firstParagraph");
     QTest::addColumn<QString>("title");
 
-    QTest::newRow("no catalogue shows the keys") << ":/lang/xx" << "HelpText_1." << "Help";
+    QTest::newRow("no catalogue shows the keys") << ":/lang/xx"
+                                                 << "HelpText_1."
+                                                 << "Help";
     QTest::newRow("english") << ":/lang/en"
                              << "Select the required software packages or keep the pre-selection (recommended). "
                                 "Press <i>Install</i> to start the update. After an installer update, a further "
@@ -207,10 +211,11 @@ void InstallFlowTest::helpPage()
     const QStringList texts = paragraphs(box.text);
     QCOMPARE(texts.size(), 4);
     QCOMPARE(texts.at(0), firstParagraph);
-    QCOMPARE(texts.at(1), catalogue == QLatin1String(":/lang/xx") ? QStringLiteral("HelpText_2") : QStringLiteral("---"));
+    QCOMPARE(
+        texts.at(1), catalogue == QLatin1String(":/lang/xx") ? QStringLiteral("HelpText_2") : QStringLiteral("---"));
     QCOMPARE(texts.at(2), QStringLiteral("2.0.0  Build 34725"));
-    QVERIFY(box.text.endsWith(QStringLiteral("<p><small>")
-                              + QCoreApplication::translate("Help", "LanguageIconLicence") + QStringLiteral("</small></p>")));
+    QVERIFY(box.text.endsWith(QStringLiteral("<p><small>") + QCoreApplication::translate("Help", "LanguageIconLicence")
+        + QStringLiteral("</small></p>")));
 }
 
 QTEST_MAIN(InstallFlowTest)

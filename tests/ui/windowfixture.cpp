@@ -102,7 +102,7 @@ void WindowFixture::makeInstallable(const UpdatePackage& package)
     const QString source = path(QStringLiteral("contents/") + package.file.fileName());
     writeFile(source + QStringLiteral("/payload"), "payload of " + package.name.toUtf8());
     writeFile(source + QStringLiteral("/UPDATE.CONF"),
-              "DEST_FILE1 = " + QFile::encodeName(destination()) + "\nFILE_LIST = payload\n");
+        "DEST_FILE1 = " + QFile::encodeName(destination()) + "\nFILE_LIST = payload\n");
     system.unpackSources.insert(package.file.fileName(), source);
 }
 
@@ -113,12 +113,8 @@ void WindowFixture::writeSettings(const QString& text)
 
 CMainWidget& WindowFixture::open(const QList<UpdatePackage>& packages, bool truncated)
 {
-    const CMainWidgetContext context{system,
-                                     worker,
-                                     CVersion(QStringLiteral("2.0.0")),
-                                     CVersion(QStringLiteral("34725")),
-                                     QString(),
-                                     truncated};
+    const CMainWidgetContext context { system, worker, CVersion(QStringLiteral("2.0.0")),
+        CVersion(QStringLiteral("34725")), QString(), truncated };
     window = std::make_unique<CMainWidget>(packages, context);
     QObject::connect(&worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
     // Shown as on the device, so that clicks reach the laid-out widgets.

@@ -14,19 +14,17 @@
 #include <memory>
 
 // What a modal window looked like when it was closed.
-struct ModalRecord
-{
+struct ModalRecord {
     QString className;
     QString title;
-    QString text;       // a message box's text
+    QString text; // a message box's text
     QString styleSheet;
     int iconWidth = -1; // width of a message box's icon pixmap
 };
 
 // Watches for modal windows while a slot runs, records each one and closes it:
 // message boxes with their OK button, other dialogs with closeDialog.
-class ModalCloser : public QObject
-{
+class ModalCloser : public QObject {
 public:
     ModalCloser();
     // How a dialog that is not a message box gets closed (default: reject()).
@@ -47,14 +45,14 @@ int runForExitCode(const std::function<void()>& action);
 
 // A window over a fake device in a temporary directory: share directory
 // <tmp>/share/, unpack directory <tmp>/unpack, a real worker.
-class WindowFixture
-{
+class WindowFixture {
 public:
     WindowFixture();
     ~WindowFixture();
 
     // A usable record of the given kind and name for an archive in the fixture's directory.
-    UpdatePackage package(const QString& name, int kind, bool selected, const QString& version = QStringLiteral("2.0.0"));
+    UpdatePackage package(
+        const QString& name, int kind, bool selected, const QString& version = QStringLiteral("2.0.0"));
     // Makes the archive installable: it unpacks to an UPDATE.CONF in file-list mode
     // that copies one file "payload" to destination().
     void makeInstallable(const UpdatePackage& package);

@@ -24,14 +24,13 @@
 
 namespace {
 
-struct Language
-{
+struct Language {
     QString name;
     QString catalogue;
 };
 
 UpdatePackage samplePackage(const QString& name, int kind, const QString& version, const QString& installed,
-                            bool selected, int error = ErrorNone)
+    bool selected, int error = ErrorNone)
 {
     UpdatePackage record;
     record.name = name;
@@ -47,15 +46,15 @@ UpdatePackage samplePackage(const QString& name, int kind, const QString& versio
 // Six packages: three installable (two pre-selected) and one of each error state.
 QList<UpdatePackage> samplePackages()
 {
-    return {samplePackage(QStringLiteral("bin"), KindProgram, QStringLiteral("3.2.0"), QStringLiteral("3.1.0"), true),
-            samplePackage(QStringLiteral("doc"), KindHelpFiles, QStringLiteral("1.5.0"), QStringLiteral("1.4.0"), true),
-            samplePackage(QStringLiteral("ins"), KindInstaller, QStringLiteral("2.0.0"), QStringLiteral("2.0.0"), false),
-            samplePackage(QStringLiteral("bin_main"), KindProgram, QStringLiteral("3.3.0"), QStringLiteral("3.1.0"),
-                          false, ErrorWrongBsp),
-            samplePackage(QStringLiteral("inst"), KindInstaller, QStringLiteral("1.9.0"), QStringLiteral("2.0.0"),
-                          false, ErrorMissingSignature),
-            samplePackage(QStringLiteral("doc"), KindHelpFiles, QStringLiteral("1.6.0"), QStringLiteral("1.4.0"),
-                          false, ErrorSignatureInvalid)};
+    return { samplePackage(QStringLiteral("bin"), KindProgram, QStringLiteral("3.2.0"), QStringLiteral("3.1.0"), true),
+        samplePackage(QStringLiteral("doc"), KindHelpFiles, QStringLiteral("1.5.0"), QStringLiteral("1.4.0"), true),
+        samplePackage(QStringLiteral("ins"), KindInstaller, QStringLiteral("2.0.0"), QStringLiteral("2.0.0"), false),
+        samplePackage(QStringLiteral("bin_main"), KindProgram, QStringLiteral("3.3.0"), QStringLiteral("3.1.0"), false,
+            ErrorWrongBsp),
+        samplePackage(QStringLiteral("inst"), KindInstaller, QStringLiteral("1.9.0"), QStringLiteral("2.0.0"), false,
+            ErrorMissingSignature),
+        samplePackage(QStringLiteral("doc"), KindHelpFiles, QStringLiteral("1.6.0"), QStringLiteral("1.4.0"), false,
+            ErrorSignatureInvalid) };
 }
 
 bool save(const QPixmap& shot, const QDir& output, const QString& name)
@@ -105,10 +104,11 @@ bool renderLanguage(CMainWidget& window, const Language& language, const QDir& o
 {
     switchLanguage(window, language);
     bool saved = true;
-    for (const QSize& size : {QSize(800, 480), QSize(1024, 768)})
+    for (const QSize& size : { QSize(800, 480), QSize(1024, 768) })
         saved = renderWindow(window, language, size, output) && saved;
     window.resize(800, 480);
-    saved = save(grabModal([&window] { window.sl_BtnHelp(); }), output, QStringLiteral("help-") + language.name) && saved;
+    saved
+        = save(grabModal([&window] { window.sl_BtnHelp(); }), output, QStringLiteral("help-") + language.name) && saved;
     saved = save(grabModal([&window] { window.sl_BtnLanguage(); }), output, QStringLiteral("language-") + language.name)
         && saved;
     return saved;
@@ -134,15 +134,16 @@ int main(int argc, char** argv)
 
     CScreenshotSystem system(share.path() + QLatin1Char('/'), QStringLiteral("1.36.0"));
     CWorker worker(system);
-    const CMainWidgetContext context{system,           worker,    CVersion(QStringLiteral("2.0.0")),
-                                     CVersion(QStringLiteral("34725")), QString(), true};
+    const CMainWidgetContext context { system, worker, CVersion(QStringLiteral("2.0.0")),
+        CVersion(QStringLiteral("34725")), QString(), true };
     CMainWidget window(samplePackages(), context);
 
     bool saved = true;
-    for (const Language& language : {Language{QStringLiteral("en"), QStringLiteral(":/lang/en")},
-                                      Language{QStringLiteral("de"), QStringLiteral(":/lang/de")}})
+    for (const Language& language : { Language { QStringLiteral("en"), QStringLiteral(":/lang/en") },
+             Language { QStringLiteral("de"), QStringLiteral(":/lang/de") } })
         saved = renderLanguage(window, language, output) && saved;
     window.sl_Message(QStringLiteral("Unpacking... This can take some minutes. And a very long message"));
-    saved = renderWindow(window, Language{QStringLiteral("de-message"), QString()}, QSize(800, 480), output) && saved;
+    saved
+        = renderWindow(window, Language { QStringLiteral("de-message"), QString() }, QSize(800, 480), output) && saved;
     return saved ? 0 : 1;
 }

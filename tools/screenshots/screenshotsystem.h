@@ -4,8 +4,7 @@
 
 // A platform object that does nothing: the windows only read its BSP version and
 // share directory, and the screenshots must not touch the machine they run on.
-class CScreenshotSystem : public CSystemTemplate
-{
+class CScreenshotSystem : public CSystemTemplate {
 public:
     // shareDirectory ends with a slash; installer.ini would be read from there.
     CScreenshotSystem(const QString& shareDirectory, const QString& bsp);
