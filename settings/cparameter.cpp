@@ -1,9 +1,35 @@
 #include "settings/cparameter.h"
 
-// Placeholder: replaced by the real implementation.
-CParameter::CParameter(const QString& shareDirectory) : CInitFile(shareDirectory + QStringLiteral("installer.ini")) {}
+namespace {
+const QString kLanguageKey = QStringLiteral("Language");
+const QString kReRunKey = QStringLiteral("ReRun");
+} // namespace
+
+CParameter::CParameter(const QString& shareDirectory)
+    : CInitFile(shareDirectory + QStringLiteral("installer.ini"))
+{
+    Read();
+}
+
+// The base destructor writes the file if a setting was changed.
 CParameter::~CParameter() = default;
-QString CParameter::GetLanguage() const { return QStringLiteral(":/lang/en"); }
-void CParameter::SetLanguage(const QString&) {}
-void CParameter::SetReRun() {}
-bool CParameter::GetReRun() const { return false; }
+
+QString CParameter::GetLanguage() const
+{
+    return GetString(kLanguageKey, QStringLiteral(":/lang/en"));
+}
+
+void CParameter::SetLanguage(const QString& catalogue)
+{
+    SetString(kLanguageKey, catalogue);
+}
+
+void CParameter::SetReRun()
+{
+    SetBool(kReRunKey, true);
+}
+
+bool CParameter::GetReRun() const
+{
+    return GetBool(kReRunKey, false);
+}
