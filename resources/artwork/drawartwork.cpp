@@ -3,6 +3,7 @@
 //   cmake --build <build> --target drawartwork && <build>/resources/drawartwork <source>/resources
 #include <QtMath>
 #include <QDir>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
@@ -288,11 +289,18 @@ void drawLogo(QPainter& painter)
 
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setBold(true);
-    font.setPixelSize(104);
     font.setLetterSpacing(QFont::AbsoluteSpacing, -2);
+    const QString word = QStringLiteral("corvane");
+    const QRectF wordBox(150, 0, 406, 140);
+    // The largest size at which the word fits beside the mark, whatever font is found.
+    for (int pixels = 104; pixels > 40; pixels -= 2) {
+        font.setPixelSize(pixels);
+        if (QFontMetricsF(font).horizontalAdvance(word) <= wordBox.width())
+            break;
+    }
     painter.setFont(font);
     painter.setPen(QColor(30, 45, 60));
-    painter.drawText(QRectF(150, 0, 416, 140), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("corvane"));
+    painter.drawText(wordBox, Qt::AlignLeft | Qt::AlignVCenter, word);
 }
 
 struct Artwork
