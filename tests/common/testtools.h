@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <QStringList>
+
+// File, process and package helpers shared by the tests.
+namespace TestTools {
+
+// Writes content to path, creating missing directories; sets permissions when given.
+bool writeFile(const QString& path, const QByteArray& content, QFile::Permissions permissions = {});
+// Writes an executable shell script running body.
+bool writeScript(const QString& path, const QByteArray& body);
+// The whole file, or "<missing>" when it cannot be read.
+QByteArray readFile(const QString& path);
+// The target of a symbolic link as written; empty for anything else.
+QString readLink(const QString& path);
+
+struct ToolResult {
+    int exitCode = -1; // -1 also after a crash or a time-out
+    QString output; // standard output
+    QString errors; // standard error, or "time-out"
+};
+// Runs program with arguments and waits for its end.
+ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000);
+
+// Signed packages made by tools/make-package with a key pair of its own.
+class CPackageMaker {
+public:
+    // Makes the key pair in directory/keys.
+    explicit CPackageMaker(const QString& directory);
+    [[nodiscard]] bool isValid() const { return m_valid; }
+    [[nodiscard]] QString privateKey() const { return m_keys + QStringLiteral("/private.pem"); }
+    [[nodiscard]] QString publicKey() const { return m_keys + QStringLiteral("/public.pem"); }
+    // "make-package MODE --key KEY --out OUT ARGUMENTS..."; the archive's path, empty on failure.
+    [[nodiscard]] QString make(const QString& mode, const QString& out, const QStringList& arguments) const;
+    // Signs archive again, as make-package does.
+    [[nodiscard]] bool sign(const QString& archive) const;
+
+private:
+    QString m_keys;
+    bool m_valid = false;
+};
+
+// Puts a directory first on PATH (or makes it the whole PATH) while it exists.
+class CPathOverride {
+public:
+    explicit CPathOverride(const QString& directory, bool only = false);
+    ~CPathOverride();
+    CPathOverride(const CPathOverride&) = delete;
+    CPathOverride& operator=(const CPathOverride&) = delete;
+
+private:
+    QByteArray m_oldPath;
+};
+
+// What is written to the device's console from its construction on.
+class CConsoleWatch {
+public:
+    CConsoleWatch();
+    [[nodiscard]] QByteArray written() const;
+
+private:
+    qint64 m_start;
+};
+
+// Records warning lines, and critical lines with the console's "??? " prefix,
+// while it exists; debug lines are dropped as on the device.
+class CDiagnosticsRecorder {
+public:
+    CDiagnosticsRecorder();
+    ~CDiagnosticsRecorder();
+    CDiagnosticsRecorder(const CDiagnosticsRecorder&) = delete;
+    CDiagnosticsRecorder& operator=(const CDiagnosticsRecorder&) = delete;
+
+    [[nodiscard]] const QStringList& lines() const;
+};
+
+} // namespace TestTools
