@@ -3,62 +3,24 @@
 // was told to do, which files it gained, and how the installer ended.
 #include "common/sandboxrun.h"
 #include "common/testpaths.h"
+#include "common/testtools.h"
 
 #include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <optional>
+
+using namespace TestTools;
+
 namespace {
 
-const QString Medium = QStringLiteral("/media/usb");
 const QByteArray NewProgram = "#!/bin/sh\necho 3.1.0\n";
 const QByteArray NewInstaller = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $*\" >>/var/log/device-calls.log\n";
-const QByteArray NewHelpVersion = "version=4.0.0\n";
 
 // Device path to expected content; "<missing>" for a file that must not exist.
 using FileContents = QMap<QString, QByteArray>;
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-bool writeFile(const QString& path, const QByteArray& content, bool executable = false)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        return false;
-    file.close();
-    if (executable)
-        file.setPermissions(file.permissions() | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
-    return true;
-}
-
-struct ToolResult {
-    int exitCode = -1;
-    QString output;
-};
-
-ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000)
-{
-    QProcess process;
-    process.start(program, arguments);
-    ToolResult result;
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished();
-        result.output = QStringLiteral("time-out");
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.output = QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
-    return result;
-}
 
 } // namespace
 
@@ -67,73 +29,40 @@ Q_DECLARE_METATYPE(FileContents)
 class RunSequenceSystemTest : public QObject {
     Q_OBJECT
 
-private:
-    [[nodiscard]] ToolResult drive(const QString& action, const QStringList& arguments = {}) const;
-    [[nodiscard]] ToolResult makePackage(const QStringList& arguments) const;
-    [[nodiscard]] bool addPackage(const QString& stick, const QString& package) const;
-
-    QTemporaryDir m_work;
-    QString m_state;
-    QString m_keys;
-
 private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void technicianRun_data();
     void technicianRun();
+
+private:
+    ToolResult drive(const QString& action, const QStringList& arguments = {}) const
+    {
+        return runTool(TestPaths::source(QStringLiteral("tools/drive-window")), QStringList { action, m_state } + arguments);
+    }
+    bool addPackage(const QString& stick, const QString& package) const;
+
+    QTemporaryDir m_work;
+    QString m_state;
+    std::optional<CPackageMaker> m_maker;
 };
 
-ToolResult RunSequenceSystemTest::drive(const QString& action, const QStringList& arguments) const
-{
-    return runTool(
-        TestPaths::source(QStringLiteral("tools/drive-window")), QStringList { action, m_state } + arguments);
-}
-
-ToolResult RunSequenceSystemTest::makePackage(const QStringList& arguments) const
-{
-    return runTool(TestPaths::source(QStringLiteral("tools/make-package")), arguments);
-}
-
-// The packages the rows put on their sticks, all for the device's BSP 1.36.0:
-//   program     bin 3.1.0, a tree holding a new /usr/local/bin/corvane
-//   installer   ins 2.0.1, the file pkgupdate for /usr/local/bin
-//   help        doc 4.0.0, a tree replacing the help directory
-//   tampered    the program package, changed after it was signed
+// "program" (bin 3.1.0, a tree with a new corvane), "installer" (ins 2.0.1, the
+// file pkgupdate for /usr/local/bin) or "tampered" (the program, changed after signing).
 bool RunSequenceSystemTest::addPackage(const QString& stick, const QString& package) const
 {
     const QString source = m_work.filePath(QStringLiteral("source-") + package);
-    const QStringList common { QStringLiteral("--bsp"), QStringLiteral("1.36.0"), QStringLiteral("--key"),
-        m_keys + QStringLiteral("/private.pem"), QStringLiteral("--out"), stick };
-    if (package == QLatin1String("installer")) {
-        // Records its hand-over call the way the device's own installer stub does.
-        const QString installer = source + QStringLiteral("/pkgupdate");
-        writeFile(installer, NewInstaller, true);
-        return makePackage(QStringList { QStringLiteral("files"), QStringLiteral("--name"), QStringLiteral("ins"),
-                               QStringLiteral("--version"), QStringLiteral("2.0.1") }
-                   + common + QStringList { installer + QStringLiteral("=/usr/local/bin") })
-                   .exitCode
-            == 0;
-    }
-    if (package == QLatin1String("help")) {
-        writeFile(source + QStringLiteral("/usr/local/share/corvane/help/version.txt"), NewHelpVersion);
-        return makePackage(QStringList { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("doc"),
-                               QStringLiteral("--version"), QStringLiteral("4.0.0"), QStringLiteral("--delete"),
-                               QStringLiteral("/usr/local/share/corvane/help") }
-                   + common + QStringList { source })
-                   .exitCode
-            == 0;
-    }
-    writeFile(source + QStringLiteral("/usr/local/bin/corvane"), NewProgram, true);
-    const ToolResult made
-        = makePackage(QStringList { QStringLiteral("tree"), QStringLiteral("--name"), QStringLiteral("bin"),
-                          QStringLiteral("--version"), QStringLiteral("3.1.0") }
-            + common + QStringList { source });
-    if (made.exitCode != 0)
-        return false;
-    if (package != QLatin1String("tampered"))
-        return true;
-    QFile archive(made.output.trimmed());
-    return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
+    if (package == QLatin1String("installer"))
+        return writeScript(source + QStringLiteral("/pkgupdate"), NewInstaller.mid(10).chopped(1))
+            && !m_maker->make(QStringLiteral("files"), stick,
+                    { "--name", "ins", "--version", "2.0.1", "--bsp", "1.36.0", source + "/pkgupdate=/usr/local/bin" })
+                    .isEmpty();
+    writeScript(source + QStringLiteral("/usr/local/bin/corvane"), NewProgram.mid(10).chopped(1));
+    QFile archive(m_maker->make(
+        QStringLiteral("tree"), stick, { "--name", "bin", "--version", "3.1.0", "--bsp", "1.36.0", source }));
+    if (package == QLatin1String("tampered"))
+        return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
+    return archive.exists();
 }
 
 void RunSequenceSystemTest::initTestCase()
@@ -142,14 +71,11 @@ void RunSequenceSystemTest::initTestCase()
         if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
             QSKIP(qPrintable(QStringLiteral("%1 is not installed (tools/install-deps)").arg(QLatin1String(tool))));
     }
-    QVERIFY(m_work.isValid());
+    m_maker.emplace(m_work.path());
+    QVERIFY(m_maker->isValid());
     m_state = m_work.filePath(QStringLiteral("x"));
-    m_keys = m_work.filePath(QStringLiteral("keys"));
-    const ToolResult keygen = makePackage({ QStringLiteral("keygen"), m_keys });
-    QVERIFY2(keygen.exitCode == 0, qPrintable(keygen.output));
-    const ToolResult started
-        = drive(QStringLiteral("start"), { QStringLiteral("--build"), TestPaths::build(QString()) });
-    QVERIFY2(started.exitCode == 0, qPrintable(started.output));
+    const ToolResult started = drive(QStringLiteral("start"), { QStringLiteral("--build"), TestPaths::build(QString()) });
+    QVERIFY2(started.exitCode == 0, qPrintable(started.errors));
 }
 
 void RunSequenceSystemTest::cleanupTestCase()
@@ -160,92 +86,61 @@ void RunSequenceSystemTest::cleanupTestCase()
 
 void RunSequenceSystemTest::technicianRun_data()
 {
-    QTest::addColumn<QStringList>("packages");
+    QTest::addColumn<QString>("package");
     QTest::addColumn<QStringList>("actions");
     QTest::addColumn<QStringList>("expectedCalls");
     QTest::addColumn<FileContents>("expectedFiles");
-    QTest::addColumn<QStringList>("expectedLogged");
+    QTest::addColumn<QString>("expectedLogged");
 
     const QString query = QStringLiteral("/usr/local/bin/corvane -v");
     const QString stop = QStringLiteral("/etc/init.d/corvane stop || killall -9 corvane");
-    const QStringList restart { QStringLiteral("/etc/init.d/corvane stop"),
-        QStringLiteral("/etc/init.d/corvane start") };
-    const QString reboot = QStringLiteral("/sbin/reboot ");
-    const QString handOver = QStringLiteral("/usr/local/bin/pkgupdate ") + Medium;
-    const QString corvane = QStringLiteral("/usr/local/bin/corvane");
+    const QStringList restart { "/etc/init.d/corvane stop", "/etc/init.d/corvane start" };
     const QString ini = QStringLiteral("/usr/local/share/corvane/installer.ini");
     const QString log = QStringLiteral("/usr/local/share/corvane/update.log");
-    const QString helpVersion = QStringLiteral("/usr/local/share/corvane/help/version.txt");
-    const QByteArray missing = "<missing>";
-    const QString program = QStringLiteral("bin-3.1.0-BSP-1.36.0.tar.bz2");
-    const QString help = QStringLiteral("doc-4.0.0-BSP-1.36.0.tar.bz2");
-    const QString installer = QStringLiteral("ins-2.0.1-BSP-1.36.0.tar.bz2");
-    const FileContents untouched { { ini, missing }, { log, missing }, { helpVersion, missing } };
+    const FileContents untouched { { ini, "<missing>" }, { log, "<missing>" } };
 
-    QTest::newRow("empty stick: nothing stopped, no window")
-        << QStringList() << QStringList() << QStringList() << untouched << QStringList();
-    QTest::newRow("quit restarts the application")
-        << QStringList { QStringLiteral("program") } << QStringList { QStringLiteral("click quit") }
-        << (QStringList { query, stop } + restart) << untouched << QStringList();
+    QTest::newRow("quit restarts the application") << "program" << QStringList { "click quit" }
+                                                   << QStringList { query, stop } + restart << untouched << "";
     QTest::newRow("program install ends with the stick box and a reboot")
-        << QStringList { QStringLiteral("program") } << QStringList { QStringLiteral("install") }
-        << QStringList { query, stop, reboot } << FileContents { { corvane, NewProgram }, { ini, missing } }
-        << QStringList { program };
+        << "program" << QStringList { "install" } << QStringList { query, stop, "/sbin/reboot " }
+        << FileContents { { "/usr/local/bin/corvane", NewProgram }, { ini, "<missing>" } }
+        << "bin-3.1.0-BSP-1.36.0.tar.bz2";
     QTest::newRow("installer install hands over and marks the re-run")
-        << QStringList { QStringLiteral("installer") } << QStringList { QStringLiteral("install") }
-        << QStringList { stop, handOver }
-        << FileContents { { QStringLiteral("/usr/local/bin/pkgupdate"), NewInstaller }, { ini, "ReRun=true\n\n" } }
-        << QStringList { installer };
-    QTest::newRow("help files go on to the program in one press")
-        << QStringList { QStringLiteral("program"), QStringLiteral("help") }
-        << QStringList { QStringLiteral("install") } << QStringList { query, stop, reboot }
-        << FileContents { { corvane, NewProgram }, { helpVersion, NewHelpVersion }, { ini, missing } }
-        << QStringList { help, program };
+        << "installer" << QStringList { "install" } << QStringList { stop, "/usr/local/bin/pkgupdate /media/usb" }
+        << FileContents { { "/usr/local/bin/pkgupdate", NewInstaller }, { ini, "ReRun=true\n\n" } }
+        << "ins-2.0.1-BSP-1.36.0.tar.bz2";
     QTest::newRow("tampered package is refused, then quit")
-        << QStringList { QStringLiteral("tampered") }
-        << QStringList { QStringLiteral("install"), QStringLiteral("click quit") }
-        << (QStringList { query, stop } + restart) << untouched << QStringList();
+        << "tampered" << QStringList { "install", "click quit" } << QStringList { query, stop } + restart << untouched
+        << "";
 }
 
 void RunSequenceSystemTest::technicianRun()
 {
-    QFETCH(QStringList, packages);
+    QFETCH(QString, package);
     QFETCH(QStringList, actions);
-    QFETCH(QStringList, expectedCalls);
     QFETCH(FileContents, expectedFiles);
-    QFETCH(QStringList, expectedLogged);
-
     QTemporaryDir row(m_work.filePath(QStringLiteral("row-XXXXXX")));
     const QString stick = row.filePath(QStringLiteral("stick"));
     QVERIFY(QDir().mkpath(stick));
-    for (const QString& package : packages)
-        QVERIFY2(addPackage(stick, package), qPrintable(package));
+    QVERIFY(addPackage(stick, package));
     SandboxRun device(row.filePath(QStringLiteral("device")));
 
     const ToolResult run = drive(QStringLiteral("run"),
-        { QStringLiteral("--device"), device.deviceDirectory(), QStringLiteral("--ro"), TestPaths::build(QString()),
-            QStringLiteral("--key"), m_keys + QStringLiteral("/public.pem"), QStringLiteral("--stick"), stick,
-            QStringLiteral("--"), TestPaths::executable(), QStringLiteral("-qws"), Medium });
-    QVERIFY2(run.exitCode == 0, qPrintable(run.output));
+        { "--device", device.deviceDirectory(), "--ro", TestPaths::build(QString()), "--key", m_maker->publicKey(),
+            "--stick", stick, "--", TestPaths::executable(), "-qws", "/media/usb" });
+    QVERIFY2(run.exitCode == 0, qPrintable(run.errors));
     for (const QString& action : actions) {
-        const ToolResult done = drive(action.section(QLatin1Char(' '), 0, 0),
-            action.section(QLatin1Char(' '), 1).split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        QVERIFY2(done.exitCode == 0, qPrintable(action + QStringLiteral(": ") + done.output));
+        const QStringList words = action.split(QLatin1Char(' '));
+        const ToolResult done = drive(words.first(), words.mid(1));
+        QVERIFY2(done.exitCode == 0, qPrintable(action + QStringLiteral(": ") + done.errors));
     }
-    const ToolResult finished = drive(QStringLiteral("finish"), { QStringLiteral("60") });
-    QCOMPARE(finished.output.trimmed(), QStringLiteral("0"));
+    QCOMPARE(drive(QStringLiteral("finish"), { QStringLiteral("60") }).output.trimmed(), QStringLiteral("0"));
 
-    QCOMPARE(device.calls(), expectedCalls);
+    QTEST(device.calls(), "expectedCalls");
     for (auto file = expectedFiles.cbegin(); file != expectedFiles.cend(); ++file)
         QCOMPARE(readFile(device.hostPath(file.key())), file.value());
-    QStringList logged;
-    const QString log
-        = QString::fromUtf8(readFile(device.hostPath(QStringLiteral("/usr/local/share/corvane/update.log"))));
-    for (const QString& line : log.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-        logged << line.section(QLatin1Char(' '), 1);
-    if (log == QLatin1String("<missing>"))
-        logged.clear();
-    QCOMPARE(logged, expectedLogged);
+    const QString log = QString::fromUtf8(readFile(device.hostPath(QStringLiteral("/usr/local/share/corvane/update.log"))));
+    QTEST(log == QLatin1String("<missing>") ? QString() : log.section(QLatin1Char(' '), 1).trimmed(), "expectedLogged");
 }
 
 QTEST_GUILESS_MAIN(RunSequenceSystemTest)

@@ -37,12 +37,9 @@ void SimulatorScanReportTest::typeLabel_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("program") << QStringLiteral("bin") << int(KindProgram) << QStringLiteral("Program");
-    QTest::newRow("help files") << QStringLiteral("doc") << int(KindHelpFiles) << QStringLiteral("Help Files");
-    QTest::newRow("installer") << QStringLiteral("ins") << int(KindInstaller) << QStringLiteral("Installer");
     QTest::newRow("old installer") << QStringLiteral("inst") << int(KindInstaller) << QStringLiteral("Installer Old");
     QTest::newRow("longer name goes by name, not kind")
         << QStringLiteral("bin_main") << int(KindProgram) << QStringLiteral("bin_main");
-    QTest::newRow("case matters") << QStringLiteral("BIN") << int(KindProgram) << QStringLiteral("BIN");
 }
 
 void SimulatorScanReportTest::typeLabel()
@@ -63,10 +60,6 @@ void SimulatorScanReportTest::stateText_data()
     QTest::newRow("usable, not newer") << int(ErrorNone) << false << QStringLiteral("not selected");
     QTest::newRow("wrong BSP names the package's BSP")
         << int(ErrorWrongBsp) << false << QStringLiteral("red: Wrong BSP 1.41.0");
-    QTest::newRow("missing signature") << int(ErrorMissingSignature) << false
-                                       << QStringLiteral("red: Missing signature file");
-    QTest::newRow("bad signature") << int(ErrorSignatureInvalid) << false
-                                   << QStringLiteral("red: Signature check failed");
     QTest::newRow("any other error") << 7 << false << QStringLiteral("red: Unknown");
 }
 
