@@ -17,13 +17,8 @@
 
 namespace {
 
-// Exit codes of the window's event loop, and of a failed RAM-disk remount.
-enum RunCode {
-    LoopQuit = 1,
-    LoopNewInstaller = 2,
-    LoopReboot = 3,
-    RamDiskFailed = 11,
-};
+// Exit status when the RAM disk cannot be resized.
+const int RamDiskFailed = 11;
 
 QStringList argumentsOf(int argc, char** argv)
 {
@@ -73,13 +68,13 @@ int runWindow(const ProcessObjects& objects)
 int followUp(int result, const QString& path, CSystemTemplate& system)
 {
     switch (result) {
-    case LoopNewInstaller:
+    case ExitNewInstaller:
         system.Installer(path);
         return 0;
-    case LoopReboot:
+    case ExitReboot:
         system.Reset();
         return 0;
-    case LoopQuit:
+    case ExitQuit:
         system.Start_CV3();
         return 0;
     default:
