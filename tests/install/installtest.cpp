@@ -79,10 +79,6 @@ void InstallTest::install_data()
         << QStringList { "doc 1 1 y ok", "bin 3 2 y ok" } << QStringList { "bin", "doc" } << int(InstallProgram)
         << QStringList { verify.arg("bin"), unpacking, ready } << QStringList { "doc" } << QStringList { "bin" }
         << QStringList { "Ready (1/0#0)" };
-    QTest::newRow("unselected records skipped")
-        << QStringList { "bin 3 2 n ok", "doc 1 1 y ok" } << QStringList { "doc", "bin" } << int(InstallDone)
-        << QStringList { verify.arg("doc"), unpacking, ready } << QStringList {} << QStringList { "doc" }
-        << QStringList { "Ready (1/0#0)" };
     QTest::newRow("empty selection touches nothing")
         << QStringList { "bin 3 2 n ok", "doc 1 1 n ok" } << QStringList { "doc", "bin" } << int(InstallDone)
         << QStringList {} << QStringList {} << QStringList {} << QStringList {};

@@ -1,7 +1,7 @@
 // Test helper run inside the simulated device: constructs the platform object and
 // does one thing with it, chosen by the command line:
 //   platformprobe bsp                 prints "[<BSP version>]" and the key path
-//   platformprobe log LEVEL TEXT      writes TEXT as a debug/info/warning/critical/fatal message
+//   platformprobe log LEVEL TEXT      writes TEXT as a debug/warning/critical/fatal message
 #include "system/csystem_vesta.h"
 
 #include <QDebug>
@@ -23,8 +23,6 @@ int writeMessage(const char* level, const char* text)
 {
     if (!std::strcmp(level, "debug"))
         qDebug("%s", text);
-    else if (!std::strcmp(level, "info"))
-        qInfo("%s", text);
     else if (!std::strcmp(level, "warning"))
         qWarning("%s", text);
     else if (!std::strcmp(level, "critical"))

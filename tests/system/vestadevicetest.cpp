@@ -1,16 +1,16 @@
 // The platform object's operations on the device itself, inside the simulated
 // device: RAM-disk size, the main application, hand-over to the installer,
-// reboot, the unpack directory and copying symbolic links.
+// reboot, the unpack directory and removing trees.
 #include "common/testtools.h"
 #include "system/csystem_vesta.h"
+#include "system/removetree.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
-
-#include <optional>
 
 #include <sys/statfs.h>
 #include <unistd.h>
@@ -52,8 +52,8 @@ private Q_SLOTS:
     void applicationControl();
     void prepareTempDir_data();
     void prepareTempDir();
-    void copySymlink_data();
-    void copySymlink();
+    void removeTree_data();
+    void removeTree();
 
 private:
     CSystem_Vesta* m_system = nullptr; // lives until the process ends, like on the device
@@ -86,9 +86,7 @@ void VestaDeviceTest::mount()
     QTemporaryDir fakes;
     QVERIFY(writeScript(fakes.filePath(QStringLiteral("mount")), "echo \"$*\" >" + QFile::encodeName(fakes.filePath("log")) + "; exit 32"));
     const qint64 before = tmpSizeMb();
-    std::optional<CPathOverride> path;
-    if (mountFails)
-        path.emplace(fakes.path());
+    const CPathOverride path(mountFails ? fakes.path() : QStringLiteral("/nonexistent"));
 
     QCOMPARE(m_system->Mount_Tmpf_Bigger(bigger), !mountFails);
 
@@ -145,8 +143,7 @@ void VestaDeviceTest::prepareTempDir_data()
 void VestaDeviceTest::prepareTempDir()
 {
     QFETCH(QString, before);
-    const QString temp = m_system->tempDir;
-    QCOMPARE(temp, QStringLiteral("/tmp/pkgupdate"));
+    const QString temp = QStringLiteral("/tmp/pkgupdate");
     QDir(temp).removeRecursively();
     QFile::remove(temp);
     if (!before.isEmpty())
@@ -159,36 +156,45 @@ void VestaDeviceTest::prepareTempDir()
     QFile::remove(temp);
 }
 
-void VestaDeviceTest::copySymlink_data()
+void VestaDeviceTest::removeTree_data()
 {
-    QTest::addColumn<QByteArray>("target"); // null: the source is a plain file
-    QTest::addColumn<bool>("destinationExists");
-    QTest::addColumn<QByteArray>("console");
+    QTest::addColumn<QStringList>("tree"); // "d:path" a directory, "f:path" a file, "l:path=target" a link
+    QTest::addColumn<bool>("removed");
+    QTest::addColumn<QStringList>("remaining");
 
-    QTest::newRow("relative target") << QByteArray("../lib/libx.so.1") << false << QByteArray();
-    QTest::newRow("target cut to 300 bytes") << QByteArray(320, 'a') << false << QByteArray();
-    QTest::newRow("source not a link") << QByteArray() << false << QByteArray("??? CopySymlink  22  Invalid argument\n");
-    QTest::newRow("destination exists") << QByteArray("x") << true << QByteArray("??? CopySymlink  17  File exists\n");
+    QTest::newRow("nothing there") << QStringList() << true << QStringList();
+    QTest::newRow("nested tree with hidden entries")
+        << QStringList { "d:t/a/b/.c", "f:t/a/b/.c/f", "f:t/.h", "d:t/.e" } << true << QStringList();
+    QTest::newRow("dangling link and link to a file")
+        << QStringList { "d:t", "f:keep", "l:t/dangling=nowhere", "l:t/tofile=../keep" } << true << QStringList { "keep" };
+    QTest::newRow("plain file is not removed") << QStringList { "f:t" } << false << QStringList { "t" };
+    QTest::newRow("link to a directory: contents go, then it fails")
+        << QStringList { "d:t", "f:target/f", "l:t/link=../target" } << false << QStringList { "t", "t/link", "target" };
+    QTest::newRow("directories first, stop at the first failure")
+        << QStringList { "d:t/zdir", "d:target", "f:t/a_file", "l:t/zdir/link=../../target" } << false
+        << QStringList { "t", "t/a_file", "t/zdir", "t/zdir/link", "target" };
 }
 
-void VestaDeviceTest::copySymlink()
+void VestaDeviceTest::removeTree()
 {
-    QFETCH(QByteArray, target);
-    QFETCH(bool, destinationExists);
-    QFETCH(QByteArray, console);
-    QTemporaryDir dir;
-    const QString from = dir.filePath(QStringLiteral("from"));
-    const QString to = dir.filePath(QStringLiteral("to"));
-    QVERIFY(target.isNull() ? writeFile(from, "x") : ::symlink(target.constData(), QFile::encodeName(from).constData()) == 0);
-    if (destinationExists)
-        QVERIFY(writeFile(to, "x"));
-    const CConsoleWatch consoleWatch;
+    QFETCH(QStringList, tree);
+    QTemporaryDir root;
+    for (const QString& entry : tree) {
+        const QString path = root.filePath(entry.mid(2).section(QLatin1Char('='), 0, 0));
+        const QString target = entry.section(QLatin1Char('='), 1);
+        const QChar kind = entry.at(0);
+        QVERIFY(kind == 'd' ? QDir().mkpath(path) : kind == 'f' ? writeFile(path, "x") : QFile::link(target, path));
+    }
 
-    QCOMPARE(m_system->CopySymlink(from, to), console.isEmpty());
+    QTEST(RemoveTree(root.filePath(QStringLiteral("t"))), "removed");
 
-    QCOMPARE(consoleWatch.written(), console);
-    if (console.isEmpty())
-        QCOMPARE(readLink(to).toLatin1(), target.left(300));
+    QStringList remaining;
+    QDirIterator it(root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+        QDirIterator::Subdirectories);
+    while (it.hasNext())
+        remaining << QDir(root.path()).relativeFilePath(it.next());
+    remaining.sort();
+    QTEST(remaining, "remaining");
 }
 
 QTEST_GUILESS_MAIN(VestaDeviceTest)

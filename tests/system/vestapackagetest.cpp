@@ -23,20 +23,19 @@ private Q_SLOTS:
     void init();
     void verifySignature_data();
     void verifySignature();
-    void fakeOpenssl_data();
-    void fakeOpenssl();
     void unpack_data();
     void unpack();
-    void unpackBudget_data();
     void unpackBudget();
 
 private:
-    QString packageCopy();
+    QString packageCopy(const QString& spoil);
     QString fakes(const QString& program, const QByteArray& body);
+    void checkError(const QString& error, const QString& pattern);
 
     QTemporaryDir m_work;
     CSystem_Vesta* m_system = nullptr; // lives until the process ends, like on the device
     QString m_good;
+    QElapsedTimer m_clock;
 };
 
 void VestaPackageTest::initTestCase()
@@ -58,20 +57,30 @@ void VestaPackageTest::init()
 {
     SystemBudgets budgets;
     budgets.prepareSleepMs = 0;
+    budgets.verifyMs = 500;
     m_system->setBudgets(budgets);
     m_system->ReadBspVersion();
     QVERIFY(RemoveTree(m_system->tempDir));
     QVERIFY(QDir().mkdir(m_system->tempDir));
+    m_clock.start();
 }
 
-// A copy of the good package and its signature, to be spoilt.
-QString VestaPackageTest::packageCopy()
+// A copy of the good package and its signature, spoilt: "append" a byte,
+// "nosig" without its .sha1, "truncate" to half its size.
+QString VestaPackageTest::packageCopy(const QString& spoil)
 {
     const QString copy = m_work.filePath(QStringLiteral("copy.tar.bz2"));
     for (const QString suffix : { "", ".sha1" }) {
         QFile::remove(copy + suffix);
         QFile::copy(m_good + suffix, copy + suffix);
     }
+    QFile file(copy);
+    if (spoil == QLatin1String("append") && file.open(QIODevice::Append))
+        file.write("x");
+    if (spoil == QLatin1String("nosig"))
+        QFile::remove(copy + QStringLiteral(".sha1"));
+    if (spoil == QLatin1String("truncate"))
+        file.resize(file.size() / 2);
     return copy;
 }
 
@@ -90,114 +99,90 @@ QString VestaPackageTest::fakes(const QString& program, const QByteArray& body)
     return dir;
 }
 
+// Well within the time-outs, with an error matching pattern or a null error for none.
+void VestaPackageTest::checkError(const QString& error, const QString& pattern)
+{
+    QVERIFY(m_clock.elapsed() < 5000);
+    QVERIFY2(pattern.isEmpty() ? error.isNull() : error.contains(QRegularExpression(pattern)), qPrintable(error));
+}
+
 void VestaPackageTest::verifySignature_data()
 {
     QTest::addColumn<QString>("spoil");
-    QTest::addColumn<QString>("bsp");
+    QTest::addColumn<QByteArray>("openssl"); // a fake's body; null: the real one; "none": not on PATH
     QTest::addColumn<bool>("verified");
+    QTest::addColumn<QString>("error"); // pattern
+    QTest::addColumn<QByteArray>("console");
 
-    QTest::newRow("good package") << "" << "1.36.0" << true;
-    QTest::newRow("good package, 1.7.0 shares the key") << "" << "1.7.0" << true;
-    QTest::newRow("tampered archive") << "append" << "1.36.0" << false;
-    QTest::newRow("missing signature file") << "nosig" << "1.36.0" << false;
-    QTest::newRow("unknown BSP, no key path") << "" << "9.9.9" << false;
+    const QByteArray real;
+    const QString joined = QStringLiteral("^[^\n]* ; [^\n]+$"); // openssl's output and error output on one line
+    const QByteArray exit1("??? verifySignature() exit= 1\n");
+    QTest::newRow("good package") << "" << real << true << "" << QByteArray();
+    QTest::newRow("tampered archive") << "append" << real << false << joined << exit1;
+    QTest::newRow("missing signature file") << "nosig" << real << false << joined << exit1;
+    QTest::newRow("unknown BSP, no key path") << "bsp" << real << false << joined << exit1;
+    QTest::newRow("answer with extra blanks") << "" << QByteArray("printf '  Verified \\t OK \\n\\n'") << true << ""
+                                              << QByteArray();
+    QTest::newRow("answer with full stop") << "" << QByteArray("printf 'Verified OK.'") << false << "" << QByteArray();
+    QTest::newRow("exit code 1, output joined")
+        << "" << QByteArray("echo 'Verification Failure'; printf 'bad\\n  sig\\n' >&2; exit 1") << false
+        << "^Verification Failure ; bad sig$" << exit1;
+    QTest::newRow("hangs past budget") << "" << QByteArray("exec sleep 30") << false << "^Verify Signature timed out!$"
+                                       << QByteArray("??? verifySignature() timeout.\n");
+    QTest::newRow("not found") << "" << QByteArray("none") << false << "^Not started: .+"
+                               << QByteArray("??? verifySignature() not startet.\n");
 }
 
 void VestaPackageTest::verifySignature()
 {
     QFETCH(QString, spoil);
-    QFETCH(QString, bsp);
-    QFETCH(bool, verified);
-    const QString package = packageCopy();
-    QFile file(package);
-    if (spoil == QLatin1String("append") && file.open(QIODevice::Append))
-        file.write("x");
-    if (spoil == QLatin1String("nosig"))
-        QVERIFY(QFile::remove(package + QStringLiteral(".sha1")));
-    file.close();
-    m_system->bspVersion = bsp;
-
-    QString error = QStringLiteral("left from before");
-    QCOMPARE(m_system->verifySignature(QFileInfo(package), error), verified);
-    // openssl ends with an error code: its output and error output, joined on one line.
-    if (!verified)
-        QVERIFY2(error.contains(QLatin1String(" ; ")) && error.size() > 3 && !error.contains('\n'), qPrintable(error));
-    QCOMPARE(error.isNull(), verified);
-}
-
-void VestaPackageTest::fakeOpenssl_data()
-{
-    QTest::addColumn<QByteArray>("body"); // null: no openssl at all
-    QTest::addColumn<bool>("verified");
-    QTest::addColumn<QString>("error"); // pattern
-    QTest::addColumn<QByteArray>("console");
-
-    QTest::newRow("answer with extra blanks") << QByteArray("printf '  Verified \\t OK \\n\\n'") << true << "" << QByteArray();
-    QTest::newRow("answer with full stop") << QByteArray("printf 'Verified OK.'") << false << "" << QByteArray();
-    QTest::newRow("exit code 1") << QByteArray("echo 'Verification Failure'; printf 'bad\\n  sig\\n' >&2; exit 1")
-                                 << false << "^Verification Failure ; bad sig$"
-                                 << QByteArray("??? verifySignature() exit= 1\n");
-    QTest::newRow("hangs past budget") << QByteArray("exec sleep 30") << false << "^Verify Signature timed out!$"
-                                       << QByteArray("??? verifySignature() timeout.\n");
-    QTest::newRow("not found") << QByteArray() << false << "^Not started: .+"
-                               << QByteArray("??? verifySignature() not startet.\n");
-}
-
-void VestaPackageTest::fakeOpenssl()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(QString, error);
-    SystemBudgets budgets = m_system->budgets();
-    budgets.verifyMs = 500;
-    m_system->setBudgets(budgets);
-    const CPathOverride path(fakes(QStringLiteral("openssl"), body), body.isNull());
+    QFETCH(QByteArray, openssl);
+    const QString package = packageCopy(spoil);
+    if (spoil == QLatin1String("bsp"))
+        m_system->bspVersion = QStringLiteral("9.9.9");
+    std::optional<CPathOverride> path;
+    if (!openssl.isNull())
+        path.emplace(fakes(QStringLiteral("openssl"), openssl == "none" ? QByteArray() : openssl), openssl == "none");
     const CConsoleWatch console;
-    QElapsedTimer clock;
-    clock.start();
 
-    QString result;
-    QTEST(m_system->verifySignature(QFileInfo(m_good), result), "verified");
+    QString result = QStringLiteral("left from before");
+    QTEST(m_system->verifySignature(QFileInfo(package), result), "verified");
 
-    QVERIFY(clock.elapsed() < 5000);
-    QVERIFY2(error.isEmpty() ? result.isNull() : result.contains(QRegularExpression(error)), qPrintable(result));
+    QFETCH(QString, error);
+    checkError(result, error);
     QTEST(console.written(), "console");
 }
 
 void VestaPackageTest::unpack_data()
 {
-    QTest::addColumn<bool>("truncate");
+    QTest::addColumn<QString>("spoil");
     QTest::addColumn<QByteArray>("tar"); // fake tar's body; null: the real tar
     QTest::addColumn<bool>("unpacked");
     QTest::addColumn<QString>("error"); // pattern
 
-    QTest::newRow("good package") << false << QByteArray() << true << "";
-    QTest::newRow("truncated bzip2 stream") << true << QByteArray() << false << "^ ; .*bzip2";
-    QTest::newRow("over budget stays true") << false << QByteArray("exec sleep 30") << true << "";
-    QTest::newRow("exit code 2") << false << QByteArray("echo out; echo ' err  text' >&2; exit 2") << false
+    QTest::newRow("good package") << "" << QByteArray() << true << "";
+    QTest::newRow("truncated bzip2 stream") << "truncate" << QByteArray() << false << "^ ; .*bzip2";
+    QTest::newRow("over budget stays true") << "" << QByteArray("exec sleep 30") << true << "";
+    QTest::newRow("exit code 2") << "" << QByteArray("echo out; echo ' err  text' >&2; exit 2") << false
                                  << "^out ; err text$";
 }
 
 void VestaPackageTest::unpack()
 {
-    QFETCH(bool, truncate);
+    QFETCH(QString, spoil);
     QFETCH(QByteArray, tar);
     QFETCH(bool, unpacked);
-    QFETCH(QString, error);
-    const QString package = packageCopy();
-    if (truncate)
-        QVERIFY(QFile(package).resize(QFileInfo(package).size() / 2));
+    const QString package = packageCopy(spoil);
     SystemBudgets budgets = m_system->budgets();
     budgets.unpackBaseMs = tar.isNull() ? budgets.unpackBaseMs : 300;
     m_system->setBudgets(budgets);
     const CPathOverride path(fakes(QStringLiteral("tar"), tar));
-    QElapsedTimer clock;
-    clock.start();
 
     QString result = QStringLiteral("left from before");
     QCOMPARE(m_system->Unpack(QFileInfo(package), result), unpacked);
 
-    QVERIFY(clock.elapsed() < 5000);
-    QVERIFY2(error.isEmpty() ? result.isNull() : result.contains(QRegularExpression(error)), qPrintable(result));
+    QFETCH(QString, error);
+    checkError(result, error);
     QCOMPARE(readFile(m_work.filePath(QStringLiteral("diagnostics.log"))),
         unpacked ? QByteArray("<missing>")
                  : QByteArray("df -h /tmp > /dev/console\nls -kls /tmp/pkgupdate > /dev/console\n"
@@ -210,20 +195,11 @@ void VestaPackageTest::unpack()
     }
 }
 
-void VestaPackageTest::unpackBudget_data()
-{
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<int>("budgetMs");
-
-    QTest::newRow("empty package") << qint64(0) << 5000;
-    QTest::newRow("199 bytes round down") << qint64(199) << 5000;
-    QTest::newRow("20 MB") << qint64(20 * 1024 * 1024) << 109857;
-}
-
 void VestaPackageTest::unpackBudget()
 {
-    QFETCH(qint64, bytes);
-    QTEST(SystemBudgets().unpackBudgetMs(bytes), "budgetMs");
+    QCOMPARE(SystemBudgets().unpackBudgetMs(0), 5000);
+    QCOMPARE(SystemBudgets().unpackBudgetMs(199), 5000);
+    QCOMPARE(SystemBudgets().unpackBudgetMs(20 * 1024 * 1024), 109857);
 }
 
 QTEST_GUILESS_MAIN(VestaPackageTest)
