@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 
 #include <unistd.h>
 
@@ -57,6 +59,15 @@ ToolResult runTool(const QString& program, const QStringList& arguments, int tim
     return result;
 }
 
+QString missingTool(const QStringList& tools)
+{
+    for (const QString& tool : tools) {
+        if (QStandardPaths::findExecutable(tool).isEmpty())
+            return tool;
+    }
+    return QString();
+}
+
 CPackageMaker::CPackageMaker(const QString& directory)
     : m_keys(directory + QStringLiteral("/keys"))
 {
@@ -81,6 +92,27 @@ bool CPackageMaker::sign(const QString& archive) const
                    QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive })
                .exitCode
         == 0;
+}
+
+bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const QString& bsp) const
+{
+    const QTemporaryDir source;
+    const QStringList arguments { "--version", "3.1.0", "--bsp", bsp, source.path() };
+    if (kind == QLatin1String("doc")) {
+        writeFile(source.filePath(QStringLiteral("usr/local/share/corvane/help/version.txt")), "version=3.1.0\n");
+        return !make(QStringLiteral("tree"), stick, QStringList { "--name", "doc" } + arguments).isEmpty();
+    }
+    if (kind == QLatin1String("ins")) {
+        writeScript(source.filePath(QStringLiteral("pkgupdate")), kSampleInstaller.mid(10).chopped(1));
+        return !make(QStringLiteral("files"), stick,
+            QStringList { "--name", "ins" } + arguments.mid(0, 4) + QStringList { source.filePath("pkgupdate=/usr/local/bin") })
+                    .isEmpty();
+    }
+    writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), kSampleProgram.mid(10).chopped(1));
+    QFile archive(make(QStringLiteral("tree"), stick, QStringList { "--name", "bin" } + arguments));
+    if (kind == QLatin1String("tampered"))
+        return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
+    return archive.exists();
 }
 
 CPathOverride::CPathOverride(const QString& directory, bool only)

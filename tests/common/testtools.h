@@ -24,6 +24,12 @@ struct ToolResult {
 };
 // Runs program with arguments and waits for its end.
 ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000);
+// The first of tools not found on PATH; empty when all are there.
+QString missingTool(const QStringList& tools);
+
+// The new program and installer that sample packages install.
+inline const QByteArray kSampleProgram = "#!/bin/sh\necho 3.1.0\n";
+inline const QByteArray kSampleInstaller = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $*\" >>/var/log/device-calls.log\n";
 
 // Signed packages made by tools/make-package with a key pair of its own.
 class CPackageMaker {
@@ -37,6 +43,9 @@ public:
     [[nodiscard]] QString make(const QString& mode, const QString& out, const QStringList& arguments) const;
     // Signs archive again, as make-package does.
     [[nodiscard]] bool sign(const QString& archive) const;
+    // Puts a version 3.1.0 package on stick: "bin" (kSampleProgram as a tree), "doc" (help
+    // files), "ins" (kSampleInstaller as a file) or "tampered" (bin changed after signing).
+    [[nodiscard]] bool makeSample(const QString& kind, const QString& stick, const QString& bsp) const;
 
 private:
     QString m_keys;

@@ -6,7 +6,6 @@
 #include "common/testtools.h"
 
 #include <QDir>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -14,16 +13,8 @@
 
 using namespace TestTools;
 
-namespace {
-
-const QByteArray NewProgram = "#!/bin/sh\necho 3.1.0\n";
-const QByteArray NewInstaller = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $*\" >>/var/log/device-calls.log\n";
-
 // Device path to expected content; "<missing>" for a file that must not exist.
 using FileContents = QMap<QString, QByteArray>;
-
-} // namespace
-
 Q_DECLARE_METATYPE(FileContents)
 
 class RunSequenceSystemTest : public QObject {
@@ -40,37 +31,17 @@ private:
     {
         return runTool(TestPaths::source(QStringLiteral("tools/drive-window")), QStringList { action, m_state } + arguments);
     }
-    bool addPackage(const QString& stick, const QString& package) const;
 
     QTemporaryDir m_work;
     QString m_state;
     std::optional<CPackageMaker> m_maker;
 };
 
-// "program" (bin 3.1.0, a tree with a new corvane), "installer" (ins 2.0.1, the
-// file pkgupdate for /usr/local/bin) or "tampered" (the program, changed after signing).
-bool RunSequenceSystemTest::addPackage(const QString& stick, const QString& package) const
-{
-    const QString source = m_work.filePath(QStringLiteral("source-") + package);
-    if (package == QLatin1String("installer"))
-        return writeScript(source + QStringLiteral("/pkgupdate"), NewInstaller.mid(10).chopped(1))
-            && !m_maker->make(QStringLiteral("files"), stick,
-                    { "--name", "ins", "--version", "2.0.1", "--bsp", "1.36.0", source + "/pkgupdate=/usr/local/bin" })
-                    .isEmpty();
-    writeScript(source + QStringLiteral("/usr/local/bin/corvane"), NewProgram.mid(10).chopped(1));
-    QFile archive(m_maker->make(
-        QStringLiteral("tree"), stick, { "--name", "bin", "--version", "3.1.0", "--bsp", "1.36.0", source }));
-    if (package == QLatin1String("tampered"))
-        return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
-    return archive.exists();
-}
-
 void RunSequenceSystemTest::initTestCase()
 {
-    for (const char* tool : { "Xvfb", "xdotool", "bwrap" }) {
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (tools/install-deps)").arg(QLatin1String(tool))));
-    }
+    const QString missing = missingTool({ "Xvfb", "xdotool", "bwrap" });
+    if (!missing.isEmpty())
+        QSKIP(qPrintable(missing + QStringLiteral(" is not installed (tools/install-deps)")));
     m_maker.emplace(m_work.path());
     QVERIFY(m_maker->isValid());
     m_state = m_work.filePath(QStringLiteral("x"));
@@ -99,16 +70,16 @@ void RunSequenceSystemTest::technicianRun_data()
     const QString log = QStringLiteral("/usr/local/share/corvane/update.log");
     const FileContents untouched { { ini, "<missing>" }, { log, "<missing>" } };
 
-    QTest::newRow("quit restarts the application") << "program" << QStringList { "click quit" }
+    QTest::newRow("quit restarts the application") << "bin" << QStringList { "click quit" }
                                                    << QStringList { query, stop } + restart << untouched << "";
     QTest::newRow("program install ends with the stick box and a reboot")
-        << "program" << QStringList { "install" } << QStringList { query, stop, "/sbin/reboot " }
-        << FileContents { { "/usr/local/bin/corvane", NewProgram }, { ini, "<missing>" } }
+        << "bin" << QStringList { "install" } << QStringList { query, stop, "/sbin/reboot " }
+        << FileContents { { "/usr/local/bin/corvane", kSampleProgram }, { ini, "<missing>" } }
         << "bin-3.1.0-BSP-1.36.0.tar.bz2";
     QTest::newRow("installer install hands over and marks the re-run")
-        << "installer" << QStringList { "install" } << QStringList { stop, "/usr/local/bin/pkgupdate /media/usb" }
-        << FileContents { { "/usr/local/bin/pkgupdate", NewInstaller }, { ini, "ReRun=true\n\n" } }
-        << "ins-2.0.1-BSP-1.36.0.tar.bz2";
+        << "ins" << QStringList { "install" } << QStringList { stop, "/usr/local/bin/pkgupdate /media/usb" }
+        << FileContents { { "/usr/local/bin/pkgupdate", kSampleInstaller }, { ini, "ReRun=true\n\n" } }
+        << "ins-3.1.0-BSP-1.36.0.tar.bz2";
     QTest::newRow("tampered package is refused, then quit")
         << "tampered" << QStringList { "install", "click quit" } << QStringList { query, stop } + restart << untouched
         << "";
@@ -122,7 +93,7 @@ void RunSequenceSystemTest::technicianRun()
     QTemporaryDir row(m_work.filePath(QStringLiteral("row-XXXXXX")));
     const QString stick = row.filePath(QStringLiteral("stick"));
     QVERIFY(QDir().mkpath(stick));
-    QVERIFY(addPackage(stick, package));
+    QVERIFY(m_maker->makeSample(package, stick, QStringLiteral("1.36.0")));
     SandboxRun device(row.filePath(QStringLiteral("device")));
 
     const ToolResult run = drive(QStringLiteral("run"),

@@ -4,7 +4,6 @@
 #include "common/testtools.h"
 
 #include <QDir>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -22,63 +21,36 @@ private Q_SLOTS:
     void headlessDemoInstalls();
 
 private:
-    bool addPackage(const QString& stick, const QString& package) const;
-
     QTemporaryDir m_work;
     std::optional<CPackageMaker> m_maker;
 };
 
-// "bin BSP" (a new corvane), "doc" (help files), "ins" (a new installer), "tampered"
-// (the program for 1.36.0, changed after signing).
-bool StickSimulatorDemoTest::addPackage(const QString& stick, const QString& package) const
-{
-    const QString source = m_work.filePath(package);
-    const QStringList fields = package.split(QLatin1Char(' '));
-    const QString bsp = fields.value(1, QStringLiteral("1.36.0"));
-    QStringList arguments { "--version", "3.1.0", "--bsp", bsp, source };
-    if (fields.first() == QLatin1String("doc")) {
-        writeFile(source + QStringLiteral("/usr/local/share/corvane/help/version.txt"), "version=3.1.0\n");
-        return !m_maker->make(QStringLiteral("tree"), stick, QStringList { "--name", "doc" } + arguments).isEmpty();
-    }
-    if (fields.first() == QLatin1String("ins")) {
-        writeScript(source + QStringLiteral("/pkgupdate"), "echo \"/usr/local/bin/pkgupdate $*\" >>/var/log/device-calls.log");
-        arguments.last() += QStringLiteral("/pkgupdate=/usr/local/bin");
-        return !m_maker->make(QStringLiteral("files"), stick, QStringList { "--name", "ins" } + arguments).isEmpty();
-    }
-    writeScript(source + QStringLiteral("/usr/local/bin/corvane"), "echo 3.1.0");
-    QFile archive(m_maker->make(QStringLiteral("tree"), stick, QStringList { "--name", "bin" } + arguments));
-    if (fields.first() == QLatin1String("tampered"))
-        return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
-    return archive.exists();
-}
-
 void StickSimulatorDemoTest::initTestCase()
 {
-    for (const char* tool : { "Xvfb", "xdotool", "bwrap", "import" }) {
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (tools/install-deps)").arg(QLatin1String(tool))));
-    }
+    const QString missing = missingTool({ "Xvfb", "xdotool", "bwrap", "import" });
+    if (!missing.isEmpty())
+        QSKIP(qPrintable(missing + QStringLiteral(" is not installed (tools/install-deps)")));
     m_maker.emplace(m_work.path());
     QVERIFY(m_maker->isValid());
 }
 
 void StickSimulatorDemoTest::simulatorReport_data()
 {
-    QTest::addColumn<QStringList>("packages");
+    QTest::addColumn<QStringList>("packages"); // kind and BSP, see CPackageMaker::makeSample
     QTest::addColumn<QStringList>("expectedLines"); // each must appear in the report, in this order
 
     QTest::newRow("help files and program: order, diff, reboot")
-        << QStringList { "bin 1.36.0", "doc" }
+        << QStringList { "bin 1.36.0", "doc 1.36.0" }
         << QStringList { "pre-selected", "pre-selected", "pressed Install", "Z doc-3.1.0-BSP-1.36.0.tar.bz2",
                "Z bin-3.1.0-BSP-1.36.0.tar.bz2", "gained  /UPDATE.CONF", "changed /usr/local/bin/corvane",
                "changed /usr/local/share/corvane/help/version.txt", "Installer exit status: 0",
                "Next: reboot the device" };
     QTest::newRow("installer hands over")
-        << QStringList { "ins" }
+        << QStringList { "ins 1.36.0" }
         << QStringList { "pressed Install", "Z ins-3.1.0-BSP-1.36.0.tar.bz2", "gained  /usr/local/share/corvane/installer.ini",
                "Next: start the new installer: /usr/local/bin/pkgupdate /media/usb" };
     QTest::newRow("tampered package refused")
-        << QStringList { "tampered" }
+        << QStringList { "tampered 1.36.0" }
         << QStringList { "pressed Install", "pressed Quit", "Verification failure",
                "Installed, in this order (update.log)", "  nothing", "Next: restart the application" };
     QTest::newRow("wrong BSP: red reason, Install disabled")
@@ -94,7 +66,7 @@ void StickSimulatorDemoTest::simulatorReport()
     const QString stick = row.filePath(QStringLiteral("stick"));
     QVERIFY(QDir().mkpath(stick));
     for (const QString& package : packages)
-        QVERIFY(addPackage(stick, package));
+        QVERIFY(m_maker->makeSample(package.section(' ', 0, 0), stick, package.section(' ', 1)));
 
     const ToolResult simulated = runTool(TestPaths::source(QStringLiteral("tools/stick-simulator")),
         { "--build", TestPaths::build(QString()), "--out", row.filePath(QStringLiteral("out")), "--key",
