@@ -36,8 +36,6 @@ void UpdatePackageTest::classify_data()
                                     << "bin-3.2.1-bsp-1.36.0|0.0.0|Unknown|0.0.0|2|-|2" << "   ??? BSP \"bsp\"";
     QTest::newRow("two-field version") << "bin-3.2-BSP-1.36.0.tar.bz2" << "1.36.0" << true
                                        << "bin|3.2|Unknown|1.36.0|3|-|0" << "";
-    QTest::newRow("build version") << "bin-1234-BSP-1.36.0.tar.bz2" << "1.36.0" << true
-                                   << "bin|1234|Build 1234|1.36.0|3|selected|0" << "";
     QTest::newRow("old style pkg") << "2.1.0-pkg-update.tar.bz2" << "1.41.0" << true
                                    << "inst|2.1.0|2.1.0|1.41.0|0|selected|0" << "";
     QTest::newRow("old style bsp") << "2.1.0-1.36.0-update.tar.bz2" << "1.36.0" << true
@@ -46,8 +44,6 @@ void UpdatePackageTest::classify_data()
                                       << "2.1.0-pkg-Update|0.0.0|Unknown|0.0.0|2|-|2" << "   ??? update \"Update\"";
     QTest::newRow("five fields") << "bin-x-3.2.1-BSP-1.36.0.tar.bz2" << "1.36.0" << true
                                  << "bin-x-3.2.1-BSP-1.36.0|0.0.0|Unknown|0.0.0|2|-|2" << "";
-    QTest::newRow("no signature") << "bin-3.2.1-BSP-1.36.0.tar.bz2" << "1.36.0" << false
-                                  << "bin|3.2.1|3.2.1|1.36.0|3|-|3" << "";
     QTest::newRow("no signature beats wrong bsp") << "bin-3.2.1-BSP-1.41.0.tar.bz2" << "1.36.0" << false
                                                   << "bin|3.2.1|3.2.1|1.41.0|3|-|3" << "";
     QTest::newRow("wrong bsp") << "bin-3.2.1-BSP-1.41.0.tar.bz2" << "1.36.0" << true

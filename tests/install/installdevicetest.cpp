@@ -262,11 +262,9 @@ void InstallDeviceTest::refusals()
     QVERIFY2(m_messages.last().contains(QRegularExpression(message)), qPrintable(m_messages.last()));
     QCOMPARE(snapshot(), before);
     QCOMPARE(logLines().size(), logBefore + (verified ? 1 : 0));
-    if (!verified) {
-        // Nothing from an archive whose signature failed is even unpacked.
+    // Nothing from an archive whose signature failed is even unpacked.
+    if (!verified)
         QCOMPARE(QDir(m_system->tempDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden), QStringList());
-        QVERIFY(!m_messages.contains(QStringLiteral("Unpacking... This can take some minutes.")));
-    }
 }
 
 QTEST_GUILESS_MAIN(InstallDeviceTest)
