@@ -2,10 +2,19 @@
 
 #include "settings/cinitfile.h"
 #include "system/commandrunner.h"
+#include "system/csystemtemplate.h"
 
 #include <QDebug>
 #include <QDir>
 #include <QProcess>
+
+CollectorEnvironment deviceCollectorEnvironment(const CSystemTemplate& system)
+{
+    CollectorEnvironment environment;
+    environment.deviceBsp = system.bspVersion;
+    environment.helpVersionFile = system.shareDir + QStringLiteral("help/version.txt");
+    return environment;
+}
 
 CUpdateCollector::CUpdateCollector(int count, const CollectorEnvironment& environment)
     : maxCount(count), m_environment(environment)

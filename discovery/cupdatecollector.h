@@ -26,6 +26,12 @@ struct CollectorEnvironment
     int programFinishMs = 5000;
 };
 
+class CSystemTemplate;
+
+// The facts of the device the platform object runs on: its BSP version and the
+// help-files version file in its share directory; the rest as the defaults.
+[[nodiscard]] CollectorEnvironment deviceCollectorEnvironment(const CSystemTemplate& system);
+
 // Turns the update medium's directory into the list of package records, with
 // installed versions and the pre-selection.
 class CUpdateCollector

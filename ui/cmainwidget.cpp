@@ -198,7 +198,7 @@ void CMainWidget::addReason(int index, int row)
 }
 
 // The column shows the exact short names translated, and any other name as it is.
-QString CMainWidget::typeName(const QString& name) const
+QString CMainWidget::typeName(const QString& name)
 {
     if (name == QLatin1String("doc"))
         return tr("_HelpFiles");
@@ -211,7 +211,7 @@ QString CMainWidget::typeName(const QString& name) const
     return name;
 }
 
-QString CMainWidget::reasonText(const UpdatePackage& package) const
+QString CMainWidget::reasonText(const UpdatePackage& package)
 {
     switch (package.error) {
     case ErrorWrongBsp:

@@ -60,6 +60,12 @@ public:
     // Quit, Language and Help get enable; Install also needs a selected record.
     void EnableButtons(bool enable);
 
+    // The package type shown in the table's first column: the translated name of
+    // "doc", "bin", "ins" and "inst", any other name as it is.
+    [[nodiscard]] static QString typeName(const QString& name);
+    // Why a record with an error cannot be selected, translated.
+    [[nodiscard]] static QString reasonText(const UpdatePackage& package);
+
     // Text of at most limit characters: longer ones keep their start and end around "...".
     [[nodiscard]] static QString ShortenText(const QString& text, int limit);
 
@@ -92,8 +98,6 @@ private:
     void addPackageRow(int index);
     void addCheckBox(int index, int row);
     void addReason(int index, int row);
-    [[nodiscard]] QString typeName(const QString& name) const;
-    [[nodiscard]] QString reasonText(const UpdatePackage& package) const;
 
     [[nodiscard]] bool hasSelection() const;
     [[nodiscard]] bool hasKindConflict() const;

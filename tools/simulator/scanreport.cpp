@@ -1,5 +1,7 @@
 #include "tools/simulator/scanreport.h"
 
+#include "ui/cmainwidget.h"
+
 #include <QStringList>
 
 namespace ScanReport {
@@ -35,33 +37,11 @@ QString row(const QStringList& cells)
 
 } // namespace
 
-QString typeLabel(const UpdatePackage& record)
-{
-    if (record.name == QLatin1String("doc"))
-        return QStringLiteral("Help Files");
-    if (record.name == QLatin1String("bin"))
-        return QStringLiteral("Program");
-    if (record.name == QLatin1String("ins"))
-        return QStringLiteral("Installer");
-    if (record.name == QLatin1String("inst"))
-        return QStringLiteral("Installer Old");
-    return record.name;
-}
-
 QString stateText(const UpdatePackage& record)
 {
-    switch (record.error) {
-    case ErrorNone:
+    if (record.error == ErrorNone)
         return record.selected ? QStringLiteral("pre-selected") : QStringLiteral("not selected");
-    case ErrorWrongBsp:
-        return QStringLiteral("red: Wrong BSP %1").arg(record.bsp);
-    case ErrorMissingSignature:
-        return QStringLiteral("red: Missing signature file");
-    case ErrorSignatureInvalid:
-        return QStringLiteral("red: Signature check failed");
-    default:
-        return QStringLiteral("red: Unknown");
-    }
+    return QStringLiteral("red: ") + CMainWidget::reasonText(record);
 }
 
 QString table(QList<UpdatePackage> packages, bool truncated)
@@ -73,7 +53,7 @@ QString table(QList<UpdatePackage> packages, bool truncated)
     for (int i = 0; i < packages.size(); ++i) {
         const UpdatePackage& record = packages.at(i);
         const QString version = record.error == ErrorNone ? record.version.toString() : QStringLiteral("-");
-        text += row({ QString::number(i), record.file.fileName(), typeLabel(record),
+        text += row({ QString::number(i), record.file.fileName(), CMainWidget::typeName(record.name),
             QStringLiteral("%1 %2").arg(record.priority).arg(kindName(record.priority)), version,
             record.installed.toString(), stateText(record) });
     }

@@ -9,10 +9,6 @@
 // the window uses with its English catalogue.
 namespace ScanReport {
 
-// What the window shows in the package column: the type name for the names
-// "doc", "bin", "ins" and "inst", otherwise the package name itself.
-[[nodiscard]] QString typeLabel(const UpdatePackage& record);
-
 // "pre-selected", "not selected", or the red reason the window shows instead of
 // a check box.
 [[nodiscard]] QString stateText(const UpdatePackage& record);

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QTextStream>
+#include <QTranslator>
 
 int main(int argc, char** argv)
 {
@@ -17,10 +18,11 @@ int main(int argc, char** argv)
         return 2;
     }
     CSystem_Vesta system;
-    CollectorEnvironment environment;
-    environment.deviceBsp = system.bspVersion;
-    environment.helpVersionFile = system.shareDir + QStringLiteral("help/version.txt");
-    CUpdateCollector collector(6, environment);
+    CUpdateCollector collector(6, deviceCollectorEnvironment(system));
+    // The window's words as a technician reading English sees them.
+    QTranslator english;
+    if (english.load(QStringLiteral(":/lang/en")))
+        QCoreApplication::installTranslator(&english);
     collector.scan(arguments.at(1));
 
     QTextStream out(stdout);
