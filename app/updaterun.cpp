@@ -1,6 +1,7 @@
 #include "app/updaterun.h"
 
 #include "app/commandline.h"
+#include "app/toolkitstart.h"
 #include "discovery/cupdatecollector.h"
 #include "install/cworker.h"
 #include "system/csystemtemplate.h"
@@ -9,6 +10,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QDebug>
+#include <QGenericPluginFactory>
 #include <QIcon>
 #include <QTextStream>
 
@@ -53,11 +55,20 @@ QStringList mouseProtocolParts()
     return QString::fromLocal8Bit(qgetenv("QWS_MOUSE_PROTO")).split(QLatin1Char(' '));
 }
 
+// Makes the application object from the unchanged arguments; started as on the
+// panel, on its frame buffer with the touch input QWS_MOUSE_PROTO names.
+std::unique_ptr<QApplication> startToolkit(int& argc, char** argv, const QStringList& mouseParts)
+{
+    const CToolkitEnvironment toolkit(toolkitVariables(
+        argumentsOf(argc, argv), mouseParts, QProcessEnvironment::systemEnvironment(), QGenericPluginFactory::keys()));
+    return std::make_unique<QApplication>(argc, argv);
+}
+
 // Shows the window until the user leaves it; returns the event loop's code.
 int runWindow(const ProcessObjects& objects)
 {
-    const CMainWidgetContext context{objects.system,           objects.worker,        objects.installerVersion,
-                                     objects.installerBuild,   objects.versionSuffix, objects.collector.truncated};
+    const CMainWidgetContext context { objects.system, objects.worker, objects.installerVersion, objects.installerBuild,
+        objects.versionSuffix, objects.collector.truncated };
     auto window = std::make_unique<CMainWidget>(objects.collector.packages, context);
     QObject::connect(&objects.worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
     window->showMaximized();
@@ -87,7 +98,7 @@ int followUp(int result, const QString& path, CSystemTemplate& system)
 int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects& objects)
 {
     const QStringList mouseParts = mouseProtocolParts();
-    QApplication application(argc, argv);
+    const std::unique_ptr<QApplication> application = startToolkit(argc, argv, mouseParts);
     hidePointerOnTouchScreen(mouseParts);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/png/package")));
 
@@ -112,7 +123,7 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 void hidePointerOnTouchScreen(const QStringList& mouseProtocolParts)
 {
     for (auto part = mouseProtocolParts.crbegin(); part != mouseProtocolParts.crend(); ++part) {
-        if (part->contains(QLatin1String("tslib"), Qt::CaseInsensitive))
+        if (namesTslib(*part))
             QApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
     }
 }
