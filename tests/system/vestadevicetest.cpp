@@ -5,6 +5,7 @@
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
 
+#include <memory>
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
@@ -44,7 +45,7 @@ class VestaDeviceTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_system = new CSystem_Vesta; }
+    void initTestCase() { m_system = std::make_unique<CSystem_Vesta>(); }
     void init();
     void mount_data();
     void mount();
@@ -56,7 +57,7 @@ private Q_SLOTS:
     void removeTree();
 
 private:
-    CSystem_Vesta* m_system = nullptr; // lives until the process ends, like on the device
+    std::unique_ptr<CSystem_Vesta> m_system; // ends with the test object, after every test
 };
 
 void VestaDeviceTest::init()
