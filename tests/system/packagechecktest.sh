@@ -12,7 +12,7 @@ ln -s logo.png "$help/img/logo"
 ln -s img "$help/images"
 ln -s /usr/local/share/corvane "$help/share"
 truncate -s 150000000 "$work/big/zeros"
-tar -cjf "$work/out/big-1.0.0-BSP-1.36.0.tar.bz2" -C "$work/big" .
+tar --mtime=@0 --owner=0 --group=0 --numeric-owner -cjf "$work/out/big-1.0.0-BSP-1.36.0.tar.bz2" -C "$work/big" .
 {
     "$tools/make-package" tree --name doc --version 1.0.0 --bsp 1.36.0 --no-signature --out "$work/out" \
         "$work/links" 2>&1 && echo "built" || echo "exit $?"
