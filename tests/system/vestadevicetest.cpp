@@ -5,13 +5,14 @@
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
 
-#include <memory>
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+
+#include <memory>
 
 #include <sys/statfs.h>
 #include <unistd.h>

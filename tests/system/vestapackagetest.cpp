@@ -5,13 +5,13 @@
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
 
-#include <memory>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
 #include <optional>
 
 using namespace TestTools;
