@@ -25,6 +25,16 @@ QByteArray consoleText(QtMsgType type, const QString& text)
     return QByteArray();
 }
 
+// Only the installer's own lines go to the console. Its code is built with
+// QT_MESSAGELOGCONTEXT, so each of its messages names its source file; the Qt
+// libraries of the device are release builds whose notices (for instance that
+// XDG_RUNTIME_DIR is not set) come without one. A fatal message always passes:
+// it tells why the process ends.
+bool isInstallerMessage(QtMsgType type, const QMessageLogContext& context)
+{
+    return type == QtFatalMsg || context.file != nullptr;
+}
+
 } // namespace
 
 bool openConsoleLog(const QString& path, QString& error)
@@ -40,9 +50,9 @@ bool openConsoleLog(const QString& path, QString& error)
     return false;
 }
 
-void consoleMessageHandler(QtMsgType type, const QMessageLogContext&, const QString& text)
+void consoleMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    if (!g_consoleLog || !g_consoleLog->isOpen())
+    if (!g_consoleLog || !g_consoleLog->isOpen() || !isInstallerMessage(type, context))
         return;
     const QByteArray bytes = consoleText(type, text);
     if (bytes.isEmpty())

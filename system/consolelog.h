@@ -13,5 +13,6 @@ bool openConsoleLog(const QString& path, QString& error);
 // The Qt message handler writing to the console log: debug (and info) messages are
 // dropped, warnings are the text and "\n", critical messages "??? " text "\n",
 // fatal messages "\n!!! " text "\n\n". Flushed after each message; messages are
-// dropped while no console log is open.
+// dropped while no console log is open, and so are all but fatal messages from
+// code built without QT_MESSAGELOGCONTEXT (the Qt libraries).
 void consoleMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text);

@@ -2,6 +2,7 @@
 
 #include "system/commandrunner.h"
 #include "system/consolelog.h"
+#include "system/procversion.h"
 #include "system/removetree.h"
 
 #include <QDebug>
@@ -78,14 +79,7 @@ bool CSystem_Vesta::ReadBspVersion()
     QFile file(QString::fromLatin1(kProcVersionPath));
     if (!file.open(QIODevice::ReadOnly))
         return false;
-    const QList<QByteArray> pieces = file.readAll().split('-');
-    QByteArray piece = pieces.value(7);
-    const int nul = piece.indexOf('\0');
-    if (nul >= 0)
-        piece.truncate(nul);
-    bspVersion = QString::fromLatin1(piece);
-    if (bspVersion.isNull())
-        bspVersion = QLatin1String("");
+    bspVersion = bspVersionFromProcVersion(file.readAll());
     file.close();
     return true;
 }

@@ -117,6 +117,8 @@ QLabel* CMainWidget::makeMessageLabel()
 {
     auto* label = new QLabel(this);
     label->setObjectName(QStringLiteral("message"));
+    // Messages carry package names, script values and tool output from the stick.
+    label->setTextFormat(Qt::PlainText);
     label->setStyleSheet(QStringLiteral("background-color: LemonChiffon; inset grey;"));
     label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
     label->setLineWidth(3);
@@ -157,7 +159,9 @@ void CMainWidget::addPackageRow(int index)
 {
     const UpdatePackage& package = m_packages.at(index);
     const int row = index + 1;
+    // The name comes from an unsigned file name on the stick: never taken as markup.
     auto* type = new QLabel(typeName(package.name), m_packageBox);
+    type->setTextFormat(Qt::PlainText);
     type->setObjectName(rowName("type_", index));
     m_grid->addWidget(type, row, 0);
     auto* installed = new QLabel(package.installed.toString(), m_packageBox);
@@ -191,7 +195,8 @@ void CMainWidget::addReason(int index, int row)
     UpdatePackage& package = m_packages[index];
     package.selected = false;
     auto* reason = new QLabel(
-        QStringLiteral("<font size=xx-small color=\"red\">%1</font>").arg(reasonText(package)), m_packageBox);
+        QStringLiteral("<font size=xx-small color=\"red\">%1</font>").arg(reasonText(package).toHtmlEscaped()),
+        m_packageBox);
     reason->setObjectName(rowName("reason_", index));
     m_grid->addWidget(reason, row, 2, 1, 2, Qt::AlignCenter);
     package.checkBoxIndex = -1;
@@ -356,10 +361,16 @@ void CMainWidget::sl_BtnQuit()
     QCoreApplication::exit(ExitQuit);
 }
 
+// The worker re-sorts the list during an installation, so the clicked box's record is
+// found by the index the box was mapped with, not by its position in the list.
 void CMainWidget::sl_CheckMark(int index)
 {
-    if (index >= 0 && index < m_packages.size())
-        m_packages[index].selected = !m_packages[index].selected;
+    for (UpdatePackage& package : m_packages) {
+        if (package.checkBoxIndex == index) {
+            package.selected = !package.selected;
+            break;
+        }
+    }
     EnableButtons(true);
 }
 

@@ -40,7 +40,8 @@ enum MainWidgetExitCode {
 //
 // Object names for finding the widgets: "title", "versionLabel", "packageBox",
 // "header_<column>", "type_<i>", "installed_<i>", "version_<i>", "checkbox_<i>",
-// "reason_<i>" (i: index in packages()), "install", "quit", "language", "help",
+// "reason_<i>" (i: the record's index in packages() when the table was built;
+// an installation may reorder the list since), "install", "quit", "language", "help",
 // "message".
 class CMainWidget : public QWidget {
     Q_OBJECT

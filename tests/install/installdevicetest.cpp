@@ -158,8 +158,8 @@ void InstallDeviceTest::helpFilesInTreeMode()
     QVERIFY(QFile::link(QStringLiteral("/usr/local/bin/corvane"), help + QStringLiteral("/program")));
     QVERIFY(writeFile(share + QStringLiteral("help/obsolete.html"), "old"));
     const QString archive = makePackage(QStringLiteral("tree"),
-        { "--name", "doc", "--version", "1.2.0", "--bsp", "1.36.0", "--delete", "/usr/local/share/corvane/help",
-            "--conf-bsp", "1.36.0 1.41.0", source });
+        { "--unsafe-links", "--name", "doc", "--version", "1.2.0", "--bsp", "1.36.0", "--delete",
+            "/usr/local/share/corvane/help", "--conf-bsp", "1.36.0 1.41.0", source });
     QVERIFY(!archive.isEmpty());
     QFile::remove(QStringLiteral("/UPDATE.CONF"));
 

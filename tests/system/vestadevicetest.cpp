@@ -12,6 +12,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <memory>
+
 #include <sys/statfs.h>
 #include <unistd.h>
 
@@ -44,7 +46,7 @@ class VestaDeviceTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_system = new CSystem_Vesta; }
+    void initTestCase() { m_system = std::make_unique<CSystem_Vesta>(); }
     void init();
     void mount_data();
     void mount();
@@ -56,7 +58,7 @@ private Q_SLOTS:
     void removeTree();
 
 private:
-    CSystem_Vesta* m_system = nullptr; // lives until the process ends, like on the device
+    std::unique_ptr<CSystem_Vesta> m_system; // ends with the test object, after every test
 };
 
 void VestaDeviceTest::init()

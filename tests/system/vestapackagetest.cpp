@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
 #include <optional>
 
 using namespace TestTools;
@@ -33,14 +34,14 @@ private:
     void checkError(const QString& error, const QString& pattern);
 
     QTemporaryDir m_work;
-    CSystem_Vesta* m_system = nullptr; // lives until the process ends, like on the device
+    std::unique_ptr<CSystem_Vesta> m_system; // ends with the test object, after every test
     QString m_good;
     QElapsedTimer m_clock;
 };
 
 void VestaPackageTest::initTestCase()
 {
-    m_system = new CSystem_Vesta;
+    m_system = std::make_unique<CSystem_Vesta>();
     const CPackageMaker maker(m_work.path());
     QVERIFY(maker.isValid());
     QFile::remove(m_system->UpdateKeyFile());
