@@ -25,9 +25,6 @@ private Q_SLOTS:
     void sortLikeQt();
 
 private:
-    // Scans the medium and describes the records it gave.
-    QString scan(const QString& medium, int maxCount);
-
     QTemporaryDir m_dir;
     CollectorEnvironment m_device;
 };
@@ -40,8 +37,7 @@ void DiscoveryTest::versions()
         QStringList texts;
         for (auto match = quoted.globalMatch(line); match.hasNext();)
             texts << QString::fromLatin1(DeviceFiles::unescaped(match.next().captured(1)));
-        CVersion a;
-        CVersion marked(0, 0, 7, true); // parsing never clears the mark
+        CVersion a, marked(0, 0, 7, true); // parsing never clears the mark
         const bool ok = a.parse(texts.first());
         const CVersion b(texts.last());
         if (texts.size() == 2)
@@ -80,7 +76,15 @@ void DiscoveryTest::collector()
             for (const QString& entry : rest.split(' '))
                 QVERIFY(entry.endsWith('/') ? QDir().mkpath(medium + entry) : writeFile(medium + entry, ""));
         } else if (word == QLatin1String("scan")) {
-            text += scan(medium, maxCount);
+            CUpdateCollector collector(maxCount, m_device);
+            const int count = collector.scan(medium);
+            text += QString::asprintf(" -> %d records, truncated %d\n", count, collector.truncated);
+            for (const UpdatePackage& r : qAsConst(collector.packages))
+                text += QStringLiteral(
+                    "  %1: name '%2', kind %3, version '%4' %5, installed %6, bsp '%7', error %8, %9\n")
+                            .arg(r.file.fileName(), r.name, QString::number(r.priority), r.versionText,
+                                r.version.toString(), r.installed.toString(), r.bsp, QString::number(r.error),
+                                r.selected ? "selected" : "-");
             ++stick;
         } else {
             const QString path = word == QLatin1String("help") ? m_device.helpVersionFile : m_device.programPath;
@@ -94,18 +98,6 @@ void DiscoveryTest::collector()
             text += "  " + diagnostic + '\n';
     }
     QCOMPARE_GOLDEN("discovery/data/collector.ref", text.replace(m_dir.path(), "<tmp>"));
-}
-
-QString DiscoveryTest::scan(const QString& medium, int maxCount)
-{
-    CUpdateCollector collector(maxCount, m_device);
-    const int count = collector.scan(medium);
-    QString text = QString::asprintf(" -> %d records, truncated %d\n", count, collector.truncated);
-    for (const UpdatePackage& r : qAsConst(collector.packages))
-        text += QStringLiteral("  %1: name '%2', kind %3, version '%4' %5, installed %6, bsp '%7', error %8, %9\n")
-                    .arg(r.file.fileName(), r.name, QString::number(r.priority), r.versionText, r.version.toString(),
-                        r.installed.toString(), r.bsp, QString::number(r.error), r.selected ? "selected" : "-");
-    return text;
 }
 
 void DiscoveryTest::sortLikeQt()

@@ -14,7 +14,6 @@
 #include "system/csystem_vesta.h"
 #include "ui/cmainwidget.h"
 
-#include <QDir>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -53,20 +52,22 @@ private:
 
     QTemporaryDir m_dir;
     std::optional<CSystem_Vesta> m_device;
-    std::optional<CPackageMaker> m_maker;
+    CPackageMaker m_maker { m_dir.path() };
 };
 
 void CWorkerTest::initTestCase()
 {
     QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in tools/device-sandbox");
+    // The device's console handler would swallow the golden files' differences.
+    const QtMessageHandler testLog = qInstallMessageHandler(nullptr);
     m_device.emplace();
+    qInstallMessageHandler(testLog);
     SystemBudgets budgets;
     budgets.prepareSleepMs = 0; // the pause only gives the device's file system time
     m_device->setBudgets(budgets);
-    m_maker.emplace(m_dir.path());
-    QVERIFY(m_maker->isValid());
+    QVERIFY(m_maker.isValid());
     QFile::remove(share + "qelsslkey.pem");
-    QVERIFY(QFile::copy(m_maker->publicKey(), share + "qelsslkey.pem"));
+    QVERIFY(QFile::copy(m_maker.publicKey(), share + "qelsslkey.pem"));
 }
 
 QString CWorkerTest::run(const QString& dataFile, CSystemTemplate& system, CFakeSystem* fake)
@@ -90,7 +91,7 @@ QString CWorkerTest::run(const QString& dataFile, CSystemTemplate& system, CFake
             fake->rejectedPackages << rest;
         } else if (word == QLatin1String("make")) {
             const QStringList arguments = rest.split(' ').replaceInStrings(QStringLiteral("@"), m_dir.path());
-            if (m_maker->make(arguments.first(), m_dir.filePath(QStringLiteral("stick")), arguments.mid(1)).isEmpty())
+            if (m_maker.make(arguments.first(), m_dir.filePath(QStringLiteral("stick")), arguments.mid(1)).isEmpty())
                 text += "make-package failed: " + line + '\n';
         } else if (word == QLatin1String("install")) {
             text += "== " + line + '\n' + transcript(system, fake, rest.split(QStringLiteral(", "))) + '\n';
