@@ -59,7 +59,7 @@ void DiscoveryTest::collector()
 {
     m_device.programPath = m_dir.filePath(QStringLiteral("corvane"));
     m_device.helpVersionFile = m_dir.filePath(QStringLiteral("version.txt"));
-    m_device.programFinishMs = 300; // a hanging program must not hold the suite up
+    m_device.programFinishMs = 2000; // a hanging program must not hold the suite up
     int maxCount = 0;
     int stick = 0;
     QString text;
