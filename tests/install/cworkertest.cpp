@@ -20,6 +20,8 @@
 
 #include <optional>
 
+#include <sys/stat.h>
+
 using namespace TestTools;
 
 namespace {
@@ -58,6 +60,7 @@ private:
 void CWorkerTest::initTestCase()
 {
     QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in tools/device-sandbox");
+    ::umask(022); // the modes in the transcripts must not depend on the caller's umask
     // The device's console handler would swallow the golden files' differences.
     const QtMessageHandler testLog = qInstallMessageHandler(nullptr);
     m_device.emplace();
