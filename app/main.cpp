@@ -10,7 +10,7 @@ namespace {
 // destroyed in reverse order at exit. The platform object comes first: it opens
 // the console that every later diagnostic line goes to.
 CSystem_Vesta g_system;
-CUpdateCollector g_collector(6, deviceCollectorEnvironment(g_system));
+CUpdateCollector g_collector(CUpdateCollector::packageLimit, deviceCollectorEnvironment(g_system));
 CWorker g_worker(g_system);
 const CVersion g_installerVersion(QStringLiteral("2.0.0"));
 const CVersion g_installerBuild(QStringLiteral("34725"));

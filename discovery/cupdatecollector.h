@@ -37,6 +37,9 @@ class CSystemTemplate;
 class CUpdateCollector
 {
 public:
+    // Most archives the installer takes from one medium.
+    static constexpr int packageLimit = 6;
+
     explicit CUpdateCollector(int maxCount, const CollectorEnvironment& environment = CollectorEnvironment());
 
     // Replaces the device facts used by later scans.

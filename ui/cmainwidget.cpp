@@ -23,8 +23,6 @@ namespace {
 
 // Number of package kinds (PackageKind 0 to 3).
 constexpr int kindCount = 4;
-// Longest text the message line shows whole.
-constexpr int messageLimit = 59;
 
 QString rowName(const char* prefix, int index)
 {

@@ -47,6 +47,9 @@ class CMainWidget : public QWidget {
     Q_OBJECT
 
 public:
+    // Longest text the message line shows whole.
+    static constexpr int messageLimit = 59;
+
     // Copies and sorts packages, loads the language stored in the settings and
     // builds the whole window.
     CMainWidget(const QList<UpdatePackage>& packages, const CMainWidgetContext& context);

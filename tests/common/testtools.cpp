@@ -134,10 +134,13 @@ namespace {
 
 QStringList s_lines;
 QtMessageHandler s_previous = nullptr;
+bool s_withDebug = false;
 
 void recordMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    if (type == QtWarningMsg)
+    if (type == QtDebugMsg && s_withDebug)
+        s_lines << QStringLiteral("debug: ") + text;
+    else if (type == QtWarningMsg)
         s_lines << text;
     else if (type == QtCriticalMsg)
         s_lines << QStringLiteral("??? ") + text;
@@ -147,9 +150,10 @@ void recordMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 } // namespace
 
-CDiagnosticsRecorder::CDiagnosticsRecorder()
+CDiagnosticsRecorder::CDiagnosticsRecorder(bool withDebug)
 {
     s_lines.clear();
+    s_withDebug = withDebug;
     s_previous = qInstallMessageHandler(recordMessage);
 }
 

@@ -75,10 +75,11 @@ private:
 };
 
 // Records warning lines, and critical lines with the console's "??? " prefix,
-// while it exists; debug lines are dropped as on the device.
+// while it exists; debug lines are dropped as on the device, or kept with the
+// prefix "debug: " when withDebug is set.
 class CDiagnosticsRecorder {
 public:
-    CDiagnosticsRecorder();
+    explicit CDiagnosticsRecorder(bool withDebug = false);
     ~CDiagnosticsRecorder();
     CDiagnosticsRecorder(const CDiagnosticsRecorder&) = delete;
     CDiagnosticsRecorder& operator=(const CDiagnosticsRecorder&) = delete;
