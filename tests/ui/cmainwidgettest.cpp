@@ -48,6 +48,8 @@ public:
         , worker(system)
     {
         QDir().mkpath(system.shareDir);
+        // 59 characters in English, the longest message line shown whole.
+        system.unpackError = QStringLiteral("bzip2: (stdin) is not a bzip2 file. tar: exit");
         // Every package unpacks to an UPDATE.CONF that copies one file into dest.
         TestTools::writeFile(m_dir.filePath(QStringLiteral("contents/payload")), "payload");
         TestTools::writeFile(m_dir.filePath(QStringLiteral("contents/UPDATE.CONF")),
