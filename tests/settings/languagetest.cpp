@@ -1,5 +1,6 @@
 #include "common/golden.h"
 #include "common/testpaths.h"
+#include "common/testtools.h"
 #include "settings/clanguagedlg.h"
 
 #include <QDir>
@@ -23,12 +24,10 @@ void LanguageTest::catalogues()
 {
     QTranslator german, english;
     QVERIFY(german.load(QStringLiteral(":/lang/de")) && english.load(QStringLiteral(":/lang/en")));
-    QFile source(TestPaths::source(QStringLiteral("resources/lang/de.ts")));
-    QVERIFY(source.open(QIODevice::ReadOnly));
     QString table;
     QStringList key { {}, {}, {} }; // context, source text, disambiguation
-    for (QXmlStreamReader xml(&source); !xml.atEnd();) {
-        xml.readNext();
+    QXmlStreamReader xml(TestTools::readFile(TestPaths::source(QStringLiteral("resources/lang/de.ts"))));
+    while (xml.readNext() != QXmlStreamReader::Invalid) { // Invalid follows the end of the document
         const int field = QStringList { "name", "source", "comment" }.indexOf(xml.name().toString());
         if (xml.isStartElement() && field >= 0)
             key[field] = xml.readElementText();
