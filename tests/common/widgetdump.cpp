@@ -75,8 +75,11 @@ QString ownText(const QWidget* widget)
         return boxText(box);
     if (const auto* button = qobject_cast<const QAbstractButton*>(widget))
         return buttonText(button);
-    if (const auto* label = qobject_cast<const QLabel*>(widget))
-        return QStringLiteral(" text ") + quoted(label->text());
+    if (const auto* label = qobject_cast<const QLabel*>(widget)) {
+        const bool automatic = label->textFormat() == Qt::AutoText; // rich text when it looks like it
+        return QStringLiteral(" text ") + quoted(label->text())
+            + (automatic ? QString() : QStringLiteral(" format %1").arg(int(label->textFormat())));
+    }
     if (const auto* group = qobject_cast<const QGroupBox*>(widget))
         return QStringLiteral(" title ") + quoted(group->title());
     return {};
