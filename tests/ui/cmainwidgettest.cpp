@@ -1,417 +1,196 @@
 #include "ui/cmainwidget.h"
 #include "common/fakesystem.h"
+#include "common/golden.h"
+#include "common/testpaths.h"
 #include "common/testtools.h"
+#include "common/widgetdump.h"
 #include "install/cworker.h"
-#include "settings/clanguagedlg.h"
 
+#include <QAbstractButton>
 #include <QApplication>
-#include <QCheckBox>
-#include <QDir>
-#include <QLabel>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace {
 
-// Value returned by runForExitCode when the slot did not end the event loop.
-constexpr int LoopNotEnded = -100;
+QString* g_transcript = nullptr; // of the running session
+QtMessageHandler g_previousHandler = nullptr;
 
-// Watches for modal windows while it exists, records each one's title and text
-// and closes it: message boxes with their OK button, other dialogs with closeDialog.
-class ModalCloser : public QObject {
+// Keeps the window's own debug lines in the transcript; the worker's are left to its tests.
+void recordWindowLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (text.startsWith(QLatin1String("sl_")) || text.startsWith(QLatin1String("  Load Translation")))
+        *g_transcript += "debug " + text + '\n';
+    else
+        g_previousHandler(type, context, text);
+}
+
+// Runs action in the application's event loop; the code the loop was ended with,
+// or "window stays" when action did not end it.
+QString runForExitCode(const std::function<void()>& action)
+{
+    constexpr int notEnded = -100;
+    // A timer added while timers are being activated fires in a later pass, so an
+    // exit requested by action ends the loop first.
+    QObject guard;
+    QTimer::singleShot(0, &guard, [action, &guard] {
+        action();
+        QTimer::singleShot(0, &guard, [] { QCoreApplication::exit(notEnded); });
+    });
+    const int code = QApplication::exec(); // unlike QEventLoop, clears the quit request again
+    return code == notEnded ? QStringLiteral("window stays") : QStringLiteral("exit %1").arg(code);
+}
+
+// The window on a fake device, driven by a list of actions; everything a person
+// sees on the way is written to a transcript.
+class Session {
+    QTemporaryDir m_dir; // first: the fake device lives in it
+
 public:
-    ModalCloser()
+    Session()
+        : system(m_dir.path() + QLatin1Char('/'), m_dir.filePath(QStringLiteral("unpack")))
+        , worker(system)
     {
-        connect(&m_timer, &QTimer::timeout, this, &ModalCloser::poll);
-        m_timer.start(10);
+        // 59 characters in English, the longest message line shown whole.
+        system.unpackError = QStringLiteral("bzip2: (stdin) is not a bzip2 file. tar: exit");
+        // Every package unpacks to an UPDATE.CONF that copies one file into dest.
+        TestTools::writeFile(m_dir.filePath(QStringLiteral("contents/payload")), "payload");
+        TestTools::writeFile(m_dir.filePath(QStringLiteral("contents/UPDATE.CONF")),
+            "DEST_FILE1 = " + QFile::encodeName(m_dir.filePath(QStringLiteral("dest"))) + "\nFILE_LIST = payload\n");
+        // Connected before the window: the first message finds the window as it is
+        // when the installation starts.
+        QObject::connect(&worker, &CWorker::message, [this](const QString& text) {
+            if (std::exchange(m_installStarting, false))
+                log("-- window during the installation\n" + WidgetDump::tree(window.get()));
+            log("message " + text);
+        });
+        g_transcript = &m_transcript;
+        g_previousHandler = qInstallMessageHandler(recordWindowLine);
+        QObject::connect(&m_modalPoll, &QTimer::timeout, [this] { closeModal(); });
+        m_modalPoll.start(10);
     }
-    std::function<void(QDialog*)> closeDialog = [](QDialog* dialog) { dialog->reject(); };
-    QStringList titles;
-    QStringList texts; // a message box's text, empty for other dialogs
+
+    // Records from "archive installed flags" items separated by commas, the archive
+    // named without ".tar.bz2"; flags: + selected, u installable, a digit the error.
+    // A trailing "..." marks a list cut at the package limit.
+    void open(const QString& stick, const QByteArray& ini)
+    {
+        if (!ini.isEmpty())
+            TestTools::writeFile(iniPath(), ini);
+        QList<UpdatePackage> records;
+        for (const QString& item : stick.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            const QStringList field = item.split(QLatin1Char(' '), Qt::SkipEmptyParts) << QString() << QString();
+            UpdatePackage record(QFileInfo(m_dir.filePath(field.at(0) + QStringLiteral(".tar.bz2"))));
+            parseName(record, QStringLiteral("1.36.0"));
+            record.installed = CVersion(field.at(1));
+            record.selected = field.at(2).contains(QLatin1Char('+'));
+            record.error = field.at(2).right(1).toInt();
+            if (field.at(2).contains(QLatin1Char('u')))
+                system.unpackSources.insert(record.file.fileName(), m_dir.filePath(QStringLiteral("contents")));
+            if (field.at(0) != QLatin1String("..."))
+                records << record;
+        }
+        const CMainWidgetContext context { system, worker, CVersion(QStringLiteral("2.0.0")),
+            CVersion(QStringLiteral("34725")), QString(), stick.endsWith(QLatin1String("...")) };
+        window = std::make_unique<CMainWidget>(records, context);
+        QObject::connect(&worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
+        window->showMaximized();
+    }
+
+    void act(const QString& action)
+    {
+        if (action == QLatin1String("dump")) {
+            QCoreApplication::processEvents(); // rebuilt rows are shown from the event loop
+            log("-- window\n" + WidgetDump::tree(window.get()));
+        } else if (action != QLatin1String("install") && action != QLatin1String("quit")) {
+            m_choice = action.section(QLatin1Char(':'), 1); // a button of the language dialog
+            if (auto* button = window->findChild<QAbstractButton*>(action.section(QLatin1Char(':'), 0, 0)))
+                button->click();
+        } else {
+            const bool install = m_installStarting = action == QLatin1String("install");
+            log(runForExitCode([this, install] { install ? window->sl_BtnInstall() : window->sl_BtnQuit(); }));
+            log("calls " + std::exchange(system.calls, {}).join(QLatin1String(", ")));
+        }
+        const bool installable = window->findChild<QAbstractButton*>(QStringLiteral("install"))->isEnabled();
+        log(action + (installable ? ": Install enabled" : ": Install disabled"));
+    }
+
+    // The transcript after the window was closed, with the temporary directory masked.
+    QString close()
+    {
+        log("installer.ini while open: " + TestTools::readFile(iniPath()));
+        window.reset();
+        qInstallMessageHandler(g_previousHandler);
+        log("installer.ini after: " + TestTools::readFile(iniPath()));
+        return m_transcript.replace(m_dir.path(), QLatin1String("<dir>"));
+    }
+
+    CFakeSystem system;
+    CWorker worker;
+    std::unique_ptr<CMainWidget> window;
 
 private:
-    void poll()
+    QString iniPath() const { return system.shareDir + QStringLiteral("installer.ini"); }
+    void log(const QString& text) { m_transcript += text + (text.endsWith(QLatin1Char('\n')) ? "" : "\n"); }
+
+    // Dumps the modal window shown, then closes it: boxes with OK, the language
+    // dialog with the chosen flag or its cancel button.
+    void closeModal()
     {
         QWidget* modal = QApplication::activeModalWidget();
         if (!modal || !modal->isVisible())
             return;
-        auto* box = qobject_cast<QMessageBox*>(modal);
-        titles << modal->windowTitle();
-        texts << (box ? box->text() : QString());
-        if (box && box->button(QMessageBox::Ok))
+        log("-- modal\n" + WidgetDump::tree(modal));
+        if (auto* box = qobject_cast<QMessageBox*>(modal))
             box->button(QMessageBox::Ok)->click();
-        else if (auto* dialog = qobject_cast<QDialog*>(modal))
-            closeDialog(dialog);
+        else
+            modal->findChild<QAbstractButton*>(m_choice)->click();
     }
-    QTimer m_timer;
+
+    QTimer m_modalPoll;
+    bool m_installStarting = false;
+    QString m_choice;
+    QString m_transcript;
 };
-
-// Runs action inside the application's event loop and returns the code it was
-// ended with through QCoreApplication::exit, or LoopNotEnded.
-int runForExitCode(const std::function<void()>& action)
-{
-    // Timers added while timers are being activated fire in a later pass, so an
-    // exit requested by action ends the loop before the marker below is seen.
-    // The marker belongs to guard, so it cannot fire in a later loop.
-    QObject guard;
-    QTimer::singleShot(0, &guard, [action, &guard] {
-        action();
-        QTimer::singleShot(0, &guard, [] { QCoreApplication::exit(LoopNotEnded); });
-    });
-    // QApplication::exec(), unlike a plain QEventLoop, clears the application's
-    // quit request again when it returns, so later modal boxes still run.
-    return QApplication::exec();
-}
-
-// A window over a fake device in a temporary directory with a real worker.
-class WindowFixture {
-public:
-    WindowFixture()
-        : system(m_dir.filePath(QStringLiteral("share/")), m_dir.filePath(QStringLiteral("unpack")))
-        , worker(system)
-    {
-        QDir().mkpath(system.shareDir);
-    }
-
-    UpdatePackage package(const QString& name, int kind, bool selected, const QString& version = "2.0.0") const
-    {
-        UpdatePackage record;
-        record.file = QFileInfo(m_dir.filePath(name + QLatin1Char('-') + version + "-BSP-1.36.0.tar.bz2"));
-        record.name = name;
-        record.versionText = version;
-        record.version = CVersion(version);
-        record.installed = CVersion(QStringLiteral("1.0.0"));
-        record.bsp = QStringLiteral("1.36.0");
-        record.priority = kind;
-        record.selected = selected;
-        return record;
-    }
-
-    // The archive unpacks to an UPDATE.CONF that copies one file "payload" to destination().
-    void makeInstallable(const UpdatePackage& package)
-    {
-        const QString source = m_dir.filePath(QStringLiteral("contents/") + package.file.fileName());
-        TestTools::writeFile(source + QStringLiteral("/payload"), "payload");
-        TestTools::writeFile(source + QStringLiteral("/UPDATE.CONF"),
-            "DEST_FILE1 = " + QFile::encodeName(destination()) + "\nFILE_LIST = payload\n");
-        system.unpackSources.insert(package.file.fileName(), source);
-    }
-
-    // The window over packages, with installer.ini naming language when one is given.
-    CMainWidget& open(const QList<UpdatePackage>& packages, const QString& language = {}, bool truncated = false)
-    {
-        if (!language.isEmpty())
-            TestTools::writeFile(system.shareDir + "installer.ini", "Language=" + language.toUtf8() + '\n');
-        if (language == QLatin1String(":/lang/xx"))
-            QTest::ignoreMessage(QtDebugMsg, "  Load Translation failed:  \":/lang/xx\"");
-        const CMainWidgetContext context { system, worker, CVersion(QStringLiteral("2.0.0")),
-            CVersion(QStringLiteral("34725")), QString(), truncated };
-        window = std::make_unique<CMainWidget>(packages, context);
-        QObject::connect(&worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
-        window->showMaximized(); // as on the device, so that clicks reach the laid-out widgets
-        return *window;
-    }
-
-    [[nodiscard]] QString destination() const { return m_dir.filePath(QStringLiteral("dest")); }
-
-    QTemporaryDir m_dir;
-    CFakeSystem system;
-    CWorker worker;
-    std::unique_ptr<CMainWidget> window;
-};
-
-QString windowText(const char* source, const char* comment = nullptr)
-{
-    return QCoreApplication::translate("CMainWidget", source, comment);
-}
-
-QString labelText(QWidget& window, const QString& name)
-{
-    auto* label = window.findChild<QLabel*>(name);
-    return label ? label->text() : QStringLiteral("<no label>");
-}
-
-bool isChecked(QWidget& window, int index)
-{
-    auto* box = window.findChild<QCheckBox*>(QStringLiteral("checkbox_%1").arg(index));
-    return box && box->isChecked();
-}
-
-bool installEnabled(QWidget& window)
-{
-    return window.findChild<QPushButton*>(QStringLiteral("install"))->isEnabled();
-}
 
 } // namespace
 
-// The main window's package table, selection, language change and buttons.
+// The main window driven as a technician would, one transcript per session.
 class CMainWidgetTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void packageRow_data();
-    void packageRow();
-    void checkBoxesMapToTheirRecords();
-    void shortenText_data();
-    void shortenText();
-    void languageChange_data();
-    void languageChange();
-    void install_data();
-    void install();
-    void helpPage_data();
-    void helpPage();
+    void session_data();
+    void session();
 };
 
-void CMainWidgetTest::packageRow_data()
+// One session per line of data/sessions.txt: name | stick | installer.ini ("\n" for
+// a line end; empty: no file) | actions.
+void CMainWidgetTest::session_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("error");
-    QTest::addColumn<QByteArray>("typeKey"); // empty: the name itself is shown
-    QTest::addColumn<QByteArray>("reasonKey"); // empty: the row has a check box
-
-    QTest::newRow("doc") << "doc" << 0 << QByteArray("_HelpFiles") << QByteArray();
-    QTest::newRow("bin") << "bin" << 0 << QByteArray("_Program") << QByteArray();
-    QTest::newRow("ins") << "ins" << 0 << QByteArray("_Installer") << QByteArray();
-    QTest::newRow("inst") << "inst" << 0 << QByteArray("_InstallerOld") << QByteArray();
-    QTest::newRow("other name kept") << "bin_main" << 0 << QByteArray() << QByteArray();
-    QTest::newRow("wrong bsp") << "bin" << 2 << QByteArray("_Program") << QByteArray("Wrong BSP %1");
-    QTest::newRow("missing signature") << "doc" << 3 << QByteArray("_HelpFiles")
-                                       << QByteArray("Missing Signature File");
-    QTest::newRow("signature fails") << "ins" << 4 << QByteArray("_Installer") << QByteArray("Signature check fails");
-    QTest::newRow("unknown error") << "bin" << 1 << QByteArray("_Program") << QByteArray("Unknowen");
-}
-
-void CMainWidgetTest::packageRow()
-{
-    QFETCH(QString, name);
-    QFETCH(int, error);
-    QFETCH(QByteArray, typeKey);
-    QFETCH(QByteArray, reasonKey);
-
-    WindowFixture fixture;
-    UpdatePackage record = fixture.package(name, KindProgram, true, QStringLiteral("3.1.4"));
-    record.error = error;
-    record.bsp = QStringLiteral("1.41.0");
-    CMainWidget& window = fixture.open({ record });
-
-    const bool installable = reasonKey.isEmpty();
-    QCOMPARE(labelText(window, "type_0"), typeKey.isEmpty() ? name : windowText(typeKey.constData()));
-    QCOMPARE(labelText(window, "installed_0"), QStringLiteral("1.0.0"));
-    QCOMPARE(isChecked(window, 0), installable);
-    QCOMPARE(window.packages().at(0).selected, installable); // an uninstallable record is never selected
-    QCOMPARE(window.packages().at(0).checkBoxIndex, installable ? 0 : -1);
-    QCOMPARE(installEnabled(window), installable);
-    if (installable) {
-        QCOMPARE(labelText(window, "version_0"), QStringLiteral("3.1.4"));
-    } else {
-        QString reason = windowText(reasonKey.constData());
-        if (error == ErrorWrongBsp)
-            reason = reason.arg(record.bsp);
-        QCOMPARE(
-            labelText(window, "reason_0"), QStringLiteral("<font size=xx-small color=\"red\">%1</font>").arg(reason));
+    QTest::addColumn<QStringList>("field");
+    const QString sessions = TestTools::readFile(TestPaths::source(QStringLiteral("tests/ui/data/sessions.txt")));
+    for (const QString& line : sessions.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        if (!line.startsWith(QLatin1Char('#')))
+            QTest::newRow(qPrintable(line.section(QLatin1Char(' '), 0, 0))) << line.split(QStringLiteral(" | "));
     }
 }
 
-void CMainWidgetTest::checkBoxesMapToTheirRecords()
+void CMainWidgetTest::session()
 {
-    WindowFixture fixture;
-    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("doc"), KindHelpFiles, false),
-        fixture.package(QStringLiteral("bin"), KindProgram, false),
-        fixture.package(QStringLiteral("ins"), KindInstaller, false) });
-    for (int row = 0; row < 3; ++row) {
-        auto* box = window.findChild<QCheckBox*>(QStringLiteral("checkbox_%1").arg(row));
-        QTest::mouseClick(box, Qt::LeftButton);
-        for (int i = 0; i < 3; ++i)
-            QCOMPARE(window.packages().at(i).selected, i == row);
-        QVERIFY(box->isChecked() && installEnabled(window));
-        QTest::mouseClick(box, Qt::LeftButton);
-        QVERIFY(!window.packages().at(row).selected && !box->isChecked() && !installEnabled(window));
-    }
-}
-
-void CMainWidgetTest::shortenText_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<QString>("expected");
-
-    const QString sixty = QStringLiteral("abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJKLMNOPQRSTUVWX");
-    QTest::newRow("59 kept whole") << sixty.left(59) << 59 << sixty.left(59);
-    QTest::newRow("60 shortened to 28+3+28") << sixty << 59 << sixty.left(28) + QStringLiteral("...") + sixty.right(28);
-    QTest::newRow("odd remainder goes right") << QStringLiteral("0123456789ab") << 10 << QStringLiteral("012...89ab");
-}
-
-void CMainWidgetTest::shortenText()
-{
-    QFETCH(QString, text);
-    QFETCH(int, limit);
-    QTEST(CMainWidget::ShortenText(text, limit), "expected");
-}
-
-void CMainWidgetTest::languageChange_data()
-{
-    QTest::addColumn<QString>("choice"); // empty: the dialog is cancelled
-    QTest::addColumn<QString>("install");
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("German") << ":/lang/de"
-                            << "Installieren"
-                            << "Programm"
-                            << "Mehr als 6 Pakete gefunden. Bitte löschen oder verschieben.";
-    QTest::newRow("cancelled") << ""
-                               << "Install"
-                               << "Program"
-                               << "More than 6 packages found. Please delete or move.";
-}
-
-void CMainWidgetTest::languageChange()
-{
-    QFETCH(QString, choice);
-    WindowFixture fixture;
-    CMainWidget& window = fixture.open({ fixture.package(QStringLiteral("doc"), KindHelpFiles, true),
-                                           fixture.package(QStringLiteral("bin"), KindProgram, false) },
-        QString(), true);
-    QTest::mouseClick(window.findChild<QCheckBox*>(QStringLiteral("checkbox_1")), Qt::LeftButton);
-
-    ModalCloser closer;
-    closer.closeDialog = [choice](QDialog* dialog) {
-        auto* languageDialog = qobject_cast<CLanguageDlg*>(dialog);
-        for (int i = 0; languageDialog && i < languageDialog->languages().size(); ++i) {
-            if (languageDialog->languages().at(i).catalogue == choice)
-                return languageDialog->setLanguage(i);
-        }
-        dialog->reject();
-    };
-    window.sl_BtnLanguage();
-
-    QCOMPARE(closer.titles.size(), 1);
-    QCOMPARE(window.settings().isModified(), !choice.isEmpty());
-    QTEST(window.findChild<QPushButton*>(QStringLiteral("install"))->text(), "install");
-    QTEST(labelText(window, "type_1"), "program");
-    QTEST(labelText(window, "message"), "message");
-    QVERIFY(isChecked(window, 0) && isChecked(window, 1));
-    QCOMPARE(window.findChildren<QCheckBox*>().size(), 2); // the old boxes are gone
-
-    // The rebuilt boxes are mapped again. New row widgets are shown from the event loop.
-    auto* box = window.findChild<QCheckBox*>(QStringLiteral("checkbox_1"));
-    QTRY_VERIFY(box->isVisible());
-    QTest::mouseClick(box, Qt::LeftButton);
-    QVERIFY(!window.packages().at(1).selected);
-}
-
-void CMainWidgetTest::install_data()
-{
-    QTest::addColumn<QStringList>("names"); // all selected
-    QTest::addColumn<QList<int>>("kinds");
-    QTest::addColumn<bool>("unpackable");
-    QTest::addColumn<QString>("catalogue");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("box"); // text of the one box shown, empty: none
-    QTest::addColumn<bool>("selectedAfter");
-
-    QTest::newRow("refused: nothing selected, untranslated")
-        << QStringList {} << QList<int> {} << true << ":/lang/de" << LoopNotEnded
-        << "No update selected. Please select an update or chancel the installer." << false;
-    QTest::newRow("refused: two programs")
-        << QStringList { "bin", "bin_main" } << QList<int> { KindProgram, KindProgram } << true << ":/lang/en"
-        << LoopNotEnded << "Please select only one package from each package type." << true;
-    QTest::newRow("refused: two unrecognised, no catalogue")
-        << QStringList { "abc", "xyz" } << QList<int> { KindUnrecognised, KindUnrecognised } << true << ":/lang/xx"
-        << LoopNotEnded << "Please select only one of each package type." << true;
-    QTest::newRow("1: two kinds done, window stays")
-        << QStringList { "doc", "abc" } << QList<int> { KindHelpFiles, KindUnrecognised } << true << "" << LoopNotEnded
-        << "" << false;
-    QTest::newRow("10: failed, window stays re-synced")
-        << QStringList { "doc" } << QList<int> { KindHelpFiles } << false << "" << LoopNotEnded << "" << true;
-    QTest::newRow("2: new installer") << QStringList { "ins" } << QList<int> { KindInstaller } << true << ""
-                                      << int(ExitNewInstaller) << "" << false;
-    QTest::newRow("3: program, stick box first")
-        << QStringList { "bin" } << QList<int> { KindProgram } << true << "" << int(ExitReboot)
-        << "Please remove USB flash drive first. Then press OK." << false;
-}
-
-void CMainWidgetTest::install()
-{
-    QFETCH(QStringList, names);
-    QFETCH(QList<int>, kinds);
-    QFETCH(bool, unpackable);
-    QFETCH(QString, catalogue);
-    QFETCH(int, exitCode);
-    QFETCH(QString, box);
-    QFETCH(bool, selectedAfter);
-
-    WindowFixture fixture;
-    QList<UpdatePackage> records;
-    for (int i = 0; i < names.size(); ++i) {
-        records << fixture.package(names.at(i), kinds.at(i), true, QStringLiteral("2.%1.0").arg(i));
-        if (unpackable)
-            fixture.makeInstallable(records.last());
-    }
-    CMainWidget& window = fixture.open(records, catalogue);
-
-    ModalCloser closer;
-    QCOMPARE(runForExitCode([&window] { window.sl_BtnInstall(); }), exitCode);
-    // A box the closer found was shown while the loop was still running.
-    QCOMPARE(closer.texts, box.isEmpty() ? QStringList() : QStringList { box });
-    QCOMPARE(window.settings().GetReRun(), exitCode == ExitNewInstaller);
-    for (int i = 0; i < records.size(); ++i) {
-        QCOMPARE(isChecked(window, i), selectedAfter);
-        QCOMPARE(window.packages().at(i).selected, selectedAfter);
-    }
-    QCOMPARE(installEnabled(window), selectedAfter);
-    const bool refused = exitCode == LoopNotEnded && !box.isEmpty();
-    QCOMPARE(fixture.system.calls.isEmpty(), refused); // a refusal never reaches the worker
-    QCOMPARE(QFile::exists(fixture.destination() + QStringLiteral("/payload")), unpackable && !refused);
-    if (!refused && !unpackable) {
-        const QString unpackError
-            = QCoreApplication::translate("CWorker", "Unpack error: ") + fixture.system.unpackError;
-        QCOMPARE(labelText(window, "message"), CMainWidget::ShortenText(unpackError, 59));
-    }
-}
-
-void CMainWidgetTest::helpPage_data()
-{
-    QTest::addColumn<QString>("catalogue");
-    QTest::addColumn<QString>("first");
-    QTest::addColumn<QString>("second");
-
-    QTest::newRow("no catalogue shows the keys") << ":/lang/xx"
-                                                 << "HelpText_1."
-                                                 << "HelpText_2";
-    QTest::newRow("german") << ":/lang/de"
-                            << "Wählen Sie die benötigten Software-Pakete aus oder belassen es bei der Vorauswahl "
-                               "(empfohlen). Um das Update zu starten, drücken Sie <i>Installieren</i>. Nach einem "
-                               "Update des Installers ist ein weiterer Update-Start notwendig."
-                            << "---";
-}
-
-void CMainWidgetTest::helpPage()
-{
-    QFETCH(QString, catalogue);
-    QFETCH(QString, first);
-    QFETCH(QString, second);
-
-    WindowFixture fixture;
-    CMainWidget& window = fixture.open({}, catalogue);
-    ModalCloser closer;
-    window.findChild<QPushButton*>(QStringLiteral("help"))->click();
-
-    QCOMPARE(closer.titles, QStringList { windowText("Help", "Title") });
-    QStringList paragraphs;
-    const QRegularExpression paragraph(QStringLiteral("<p>(.*?)</p>"));
-    for (auto match = paragraph.globalMatch(closer.texts.at(0)); match.hasNext();)
-        paragraphs << match.next().captured(1);
-    const QString licence = QCoreApplication::translate("Help", "LanguageIconLicence");
-    QCOMPARE(paragraphs,
-        QStringList({ first, second, "2.0.0  Build 34725", QStringLiteral("<small>%1</small>").arg(licence) }));
+    QFETCH(QStringList, field);
+    Session session;
+    session.open(field.at(1), field[2].replace(QLatin1String("\\n"), QLatin1String("\n")).toUtf8());
+    for (const QString& action : field.at(3).split(QLatin1Char(' ')))
+        session.act(action);
+    const QString reference = QStringLiteral("ui/data/%1.ref").arg(field.at(0));
+    QVERIFY2(Golden::matches(reference, session.close()), qPrintable(reference));
 }
 
 QTEST_MAIN(CMainWidgetTest)
