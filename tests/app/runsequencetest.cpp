@@ -41,12 +41,6 @@ public:
     QString failingMount; // "enlarge", "shrink" or empty
 };
 
-// Without the offscreen platform's own warning.
-QStringList offscreen(const QStringList& lines)
-{
-    return lines.filter(QRegularExpression(QStringLiteral("^(?!This plugin does not support)")));
-}
-
 } // namespace
 
 class RunSequenceTest : public QObject {
@@ -100,9 +94,6 @@ void RunSequenceTest::runs()
         system.failingMount = row.failingMount;
         CUpdateCollector collector(6, device);
         CWorker worker(system);
-        const CVersion version(QStringLiteral("2.0.0"));
-        const CVersion build(QStringLiteral("34725"));
-        const QString suffix;
         QByteArrayList arguments { "pkgupdate" };
         for (const QString& argument : row.arguments)
             arguments << (argument == QLatin1String("STICK") ? stick : argument).toLocal8Bit();
@@ -113,12 +104,14 @@ void RunSequenceTest::runs()
         qputenv("QWS_MOUSE_PROTO", row.mouseProtocol);
         const TestTools::CDiagnosticsRecorder console;
 
-        const int status = runInstaller(argc, argv.data(), { system, collector, worker, version, build, suffix });
+        const int status = runInstaller(
+            argc, argv.data(), { system, collector, worker, CVersion(2, 0, 0, false), CVersion("34725"), QString() });
 
         transcript += QStringLiteral("\n== %1\npkgupdate %2\nexit %3\ncalls: %4\nconsole:\n%5\n")
                           .arg(QLatin1String(row.name), row.arguments.join(QLatin1Char(' ')))
                           .arg(status)
-                          .arg(system.calls.join(QStringLiteral(" | ")), offscreen(console.lines()).join('\n'))
+                          .arg(system.calls.join(QStringLiteral(" | ")),
+                              console.lines().filter(QRegularExpression("^(?!This plugin)")).join('\n'))
                           .replace(stick, QStringLiteral("STICK"));
     }
     QCOMPARE_GOLDEN("app/data/runs.ref", transcript);

@@ -26,13 +26,10 @@ void DeviceRunTest::runs()
     QTemporaryDir work;
     // A stick with one package by name (its content is not looked at before Install),
     // one with no package where the installer looks, and a mount that always fails.
-    const QString mount = work.filePath(QStringLiteral("mount"));
-    QVERIFY(TestTools::writeFile(work.filePath("empty/notes/bin-3.0.0-BSP-1.36.0.tar.bz2"), "x"));
-    QVERIFY(TestTools::writeScript(mount, "echo \"mount $*\" >>/var/log/device-calls.log; exit 1"));
-    QVERIFY(TestTools::writeFile(work.filePath("empty/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1"), "x"));
-    for (const char* file : { "bin-3.1.0-BSP-1.36.0.tar.bz2", "bin-3.1.0-BSP-1.36.0.tar.bz2.sha1" })
-        QVERIFY(TestTools::writeFile(work.filePath("package/") + file, "x"));
-    const QStringList emptyStick { "--stick", work.filePath(QStringLiteral("empty")) };
+    for (const char* file : { "package/bin-3.1.0-BSP-1.36.0.tar.bz2", "package/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1",
+             "empty/notes/bin-3.0.0-BSP-1.36.0.tar.bz2", "empty/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1" })
+        QVERIFY(TestTools::writeFile(work.filePath(file), "x"));
+    QVERIFY(TestTools::writeScript(work.filePath("mount"), "echo \"mount $*\" >>/var/log/device-calls.log; exit 1"));
     const QList<Row> rows {
         { "no argument", {}, { "pkgupdate" } },
         { "version", {}, { "pkgupdate", "-v" } },
@@ -40,10 +37,10 @@ void DeviceRunTest::runs()
         { "a path alone", {}, { "pkgupdate", "/media/usb" } },
         { "no path", {}, { "pkgupdate", "-qws", "-v" } },
         { "missing medium", {}, { "pkgupdate", "update", "/media/none" } },
-        { "medium without packages", emptyStick, { "pkgupdate", "-qws", "/media/usb" } },
+        { "medium without packages", { "--stick", work.filePath("empty") }, { "pkgupdate", "-qws", "/media/usb" } },
         { "no console", { "--no-console" }, { "pkgupdate", "-v" } },
         { "RAM disk cannot be enlarged",
-            { "--stick", work.filePath("package"), "--file", mount, "/usr/local/bin/mount" },
+            { "--stick", work.filePath("package"), "--file", work.filePath("mount"), "/usr/local/bin/mount" },
             { "pkgupdate", "-qws", "/media/usb" } },
         { "BSP 1.36.0, console levels", {}, { "platformprobe", "log", "text  x" } },
         { "BSP 1.7.0", { "--bsp", "1.7.0" }, { "platformprobe" } },

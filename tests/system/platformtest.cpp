@@ -18,7 +18,6 @@
 #include <QThread>
 
 #include <sys/stat.h>
-#include <sys/statfs.h>
 
 using namespace TestTools;
 
@@ -114,12 +113,6 @@ QString run(CSystem_Vesta& system, const QString& operation, const QString& argu
         const bool unpacked = system.Unpack(QFileInfo(kCopy), error);
         return outcome(unpacked, error) + tree(system.tempDir);
     }
-    if (operation == QLatin1String("Mount_Tmpf_Bigger")) {
-        const bool mounted = system.Mount_Tmpf_Bigger(argument == QLatin1String("true"));
-        struct statfs tmp { };
-        statfs("/tmp", &tmp);
-        return outcome(mounted) + QStringLiteral(", /tmp %1 MB").arg(qint64(tmp.f_blocks) * tmp.f_bsize >> 20);
-    }
     if (operation == QLatin1String("PrepareTempDir")) {
         QElapsedTimer clock;
         clock.start();
@@ -130,8 +123,9 @@ QString run(CSystem_Vesta& system, const QString& operation, const QString& argu
         : operation == QLatin1String("Start_CV3")              ? system.Start_CV3()
         : operation == QLatin1String("Installer")              ? system.Installer(argument)
         : operation == QLatin1String("Reset")                  ? system.Reset()
-        : operation == QLatin1String("Execute")                ? system.Execute(argument)
-        : operation == QLatin1String("RemoveTree")             ? RemoveTree(kScratch + "/t")
+        : operation == QLatin1String("Mount_Tmpf_Bigger") ? system.Mount_Tmpf_Bigger(argument == QLatin1String("true"))
+        : operation == QLatin1String("Execute")           ? system.Execute(argument)
+        : operation == QLatin1String("RemoveTree")        ? RemoveTree(kScratch + "/t")
                                                    : system.CopySymlink(kScratch + "/source", kScratch + "/copy");
     return outcome(result) + tree(kScratch);
 }
@@ -191,15 +185,10 @@ void PlatformTest::operations()
     qputenv("PATH", "/root/bin");
 
     const SystemBudgets defaults;
-    QString transcript = QStringLiteral("budgets: start %1 ms, signature %2 ms, unpack %3 ms + 1 ms per %4 bytes "
-                                        "(empty %5 ms, 20 MiB %6 ms), pause %7 ms\n")
-                             .arg(defaults.startMs)
-                             .arg(defaults.verifyMs)
-                             .arg(defaults.unpackBaseMs)
-                             .arg(defaults.unpackBytesPerMs)
-                             .arg(defaults.unpackBudgetMs(0))
-                             .arg(defaults.unpackBudgetMs(20 << 20))
-                             .arg(defaults.prepareSleepMs);
+    QString transcript = QString::asprintf("budgets: start %d ms, signature %d ms, unpack %d ms + 1 ms per %d bytes "
+                                           "(empty %d ms, 20 MiB %d ms), pause %d ms\n",
+        defaults.startMs, defaults.verifyMs, defaults.unpackBaseMs, defaults.unpackBytesPerMs,
+        defaults.unpackBudgetMs(0), defaults.unpackBudgetMs(20 << 20), defaults.prepareSleepMs);
     const QString rows = QString::fromUtf8(readFile(TestPaths::source("tests/system/data/platform-rows.txt")));
     for (const QString& row : rows.split('\n', Qt::SkipEmptyParts)) {
         const QStringList fields = row.split(QStringLiteral(" | "));

@@ -18,17 +18,9 @@ class StickRunTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void reports_data();
     void reports();
 };
-
-void StickRunTest::initTestCase()
-{
-    const QString missing = missingTool({ "Xvfb", "xdotool", "bwrap", "import" });
-    if (!missing.isEmpty())
-        QSKIP(qPrintable(missing + QStringLiteral(" is not installed (tools/install-deps)")));
-}
 
 void StickRunTest::reports_data()
 {
