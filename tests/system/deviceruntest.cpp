@@ -24,11 +24,15 @@ void DeviceRunTest::runs()
         QStringList command; // "pkgupdate" or "platformprobe" and arguments
     };
     QTemporaryDir work;
-    // A stick with one package by name (its content is not looked at before Install),
-    // one with no package where the installer looks, and a mount that always fails.
-    for (const char* file : { "package/bin-3.1.0-BSP-1.36.0.tar.bz2", "package/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1",
-             "empty/notes/bin-3.0.0-BSP-1.36.0.tar.bz2", "empty/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1" })
+    // A stick with seven packages by name (their content is not looked at before
+    // Install), one with no package where the installer looks, a failing mount.
+    for (const char* file : { "empty/notes/bin-3.0.0-BSP-1.36.0.tar.bz2", "empty/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1" })
         QVERIFY(TestTools::writeFile(work.filePath(file), "x"));
+    for (int minor = 0; minor < 7; ++minor) {
+        for (const QString suffix : { "", ".sha1" })
+            QVERIFY(TestTools::writeFile(
+                work.filePath("package/bin-3.%1.0-BSP-1.36.0.tar.bz2%2").arg(minor).arg(suffix), "x"));
+    }
     QVERIFY(TestTools::writeScript(work.filePath("mount"), "echo \"mount $*\" >>/var/log/device-calls.log; exit 1"));
     const QList<Row> rows {
         { "no argument", {}, { "pkgupdate" } },
