@@ -29,7 +29,8 @@ QString missingTool(const QStringList& tools);
 
 // The new program and installer that sample packages install.
 inline const QByteArray kSampleProgram = "#!/bin/sh\necho 3.1.0\n";
-inline const QByteArray kSampleInstaller = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $*\" >>/var/log/device-calls.log\n";
+inline const QByteArray kSampleInstaller
+    = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $* (the new one)\" >>/var/log/device-calls.log\n";
 
 // Signed packages made by tools/make-package with a key pair of its own.
 class CPackageMaker {

@@ -1,0 +1,121 @@
+// One update run per row, with a fake platform object: the command line, what
+// is done to the device, the console lines and the exit status, for every way
+// the window can be left and both RAM-disk failures.
+#include "app/updaterun.h"
+#include "common/fakesystem.h"
+#include "common/golden.h"
+#include "common/testtools.h"
+#include "discovery/cupdatecollector.h"
+#include "install/cworker.h"
+
+#include <QApplication>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+
+// Ends the event loop with loopResult once the main application is stopped, that
+// is once the window is about to open, and notes the pointers pushed by then.
+class CLeavingSystem : public CFakeSystem {
+public:
+    using CFakeSystem::CFakeSystem;
+
+    bool Stop_CV3() override
+    {
+        QStringList pointers;
+        for (; QApplication::overrideCursor(); QApplication::restoreOverrideCursor())
+            pointers << (QApplication::overrideCursor()->shape() == Qt::BlankCursor ? "blank" : "other");
+        calls << QStringLiteral("Stop_CV3, pointers: ") + pointers.join(QLatin1Char(' '));
+        QTimer::singleShot(0, [this] { QCoreApplication::exit(loopResult); });
+        return true;
+    }
+    bool Mount_Tmpf_Bigger(bool bigger) override
+    {
+        (void)CFakeSystem::Mount_Tmpf_Bigger(bigger); // notes the call
+        return failingMount != QLatin1String(bigger ? "enlarge" : "shrink");
+    }
+
+    int loopResult = 0;
+    QString failingMount; // "enlarge", "shrink" or empty
+};
+
+} // namespace
+
+class RunSequenceTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void runs();
+};
+
+void RunSequenceTest::runs()
+{
+    struct Row {
+        const char* name;
+        QStringList arguments; // "STICK": a medium holding one program package
+        int loopResult;
+        QString failingMount;
+        QByteArray mouseProtocol;
+    };
+    const QList<Row> rows {
+        { "Quit restarts the application", { "-qws", "STICK" }, 1, "", "" },
+        { "new installer started on the same path", { "update", "STICK" }, 2, "", "LinuxInput:/dev/input/event1" },
+        { "program installed: reboot", { "STICK", "-qws" }, 3, "", "tslib LinuxInput Tslib:/dev/ts" },
+        { "loop result 0 leaves the application stopped", { "-v", "STICK" }, 0, "", "  TSLIB  " },
+        { "loop result 4 is the exit status", { "-qws", "STICK" }, 4, "", "mytslibdriver" },
+        { "RAM disk not enlarged: no window", { "-qws", "STICK" }, 1, "enlarge", "" },
+        { "RAM disk not shrunk: no reboot", { "-qws", "STICK" }, 3, "shrink", "" },
+        { "RAM disk not shrunk: no restart", { "-qws", "STICK" }, 1, "shrink", "" },
+        { "last path counts", { "/a", "/b" }, 1, "", "" },
+        { "-v among two is ignored", { "/a", "-v" }, 1, "", "" },
+        { "-S among two is a path", { "-qws", "-S" }, 1, "", "" },
+        { "no path", { "-qws", "-v" }, 1, "", "" },
+        { "no argument", {}, 1, "", "" },
+        { "-qws alone", { "-qws" }, 1, "", "" },
+        { "-s is not -S", { "-s" }, 1, "", "" },
+    };
+    QTemporaryDir work;
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(work.path())); // else Qt warns about it
+    const QString stick = work.filePath(QStringLiteral("stick"));
+    QVERIFY(TestTools::writeFile(stick + "/bin-3.1.0-BSP-1.36.0.tar.bz2", "x"));
+    QVERIFY(TestTools::writeFile(stick + "/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1", "x"));
+    CollectorEnvironment device;
+    device.deviceBsp = QStringLiteral("1.36.0");
+    device.programPath = work.filePath(QStringLiteral("none"));
+    QString transcript = QStringLiteral("installer %1, program query: start %2 ms, answer %3 ms\n")
+                             .arg(device.installerVersion.toString())
+                             .arg(device.programStartMs)
+                             .arg(device.programFinishMs);
+    for (const Row& row : rows) {
+        CLeavingSystem system(work.filePath(QStringLiteral("share/")), work.filePath(QStringLiteral("tmp")));
+        system.loopResult = row.loopResult;
+        system.failingMount = row.failingMount;
+        CUpdateCollector collector(6, device);
+        CWorker worker(system);
+        QByteArrayList arguments { "pkgupdate" };
+        for (const QString& argument : row.arguments)
+            arguments << (argument == QLatin1String("STICK") ? stick : argument).toLocal8Bit();
+        QVector<char*> argv;
+        for (QByteArray& argument : arguments)
+            argv << argument.data();
+        int argc = argv.size();
+        qputenv("QWS_MOUSE_PROTO", row.mouseProtocol);
+        const TestTools::CDiagnosticsRecorder console;
+
+        const int status = runInstaller(
+            argc, argv.data(), { system, collector, worker, CVersion(2, 0, 0, false), CVersion("34725"), QString() });
+
+        transcript += QStringLiteral("\n== %1\npkgupdate %2\nexit %3\ncalls: %4\nconsole:\n%5\n")
+                          .arg(QLatin1String(row.name), row.arguments.join(QLatin1Char(' ')))
+                          .arg(status)
+                          .arg(system.calls.join(QStringLiteral(" | ")),
+                              console.lines().filter(QRegularExpression("^(?!This plugin)")).join('\n'))
+                          .replace(stick, QStringLiteral("STICK"));
+    }
+    QCOMPARE_GOLDEN("app/data/runs.ref", transcript);
+}
+
+QTEST_APPLESS_MAIN(RunSequenceTest)
+#include "runsequencetest.moc"
