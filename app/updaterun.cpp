@@ -2,8 +2,10 @@
 
 #include "app/commandline.h"
 #include "discovery/cupdatecollector.h"
+#include "install/creplacementbatch.h"
 #include "install/cworker.h"
 #include "system/csystemtemplate.h"
+#include "system/removetree.h"
 #include "ui/cmainwidget.h"
 
 #include <QApplication>
@@ -56,8 +58,8 @@ QStringList mouseProtocolParts()
 // Shows the window until the user leaves it; returns the event loop's code.
 int runWindow(const ProcessObjects& objects)
 {
-    const CMainWidgetContext context{objects.system,           objects.worker,        objects.installerVersion,
-                                     objects.installerBuild,   objects.versionSuffix, objects.collector.truncated};
+    const CMainWidgetContext context { objects.system, objects.worker, objects.installerVersion, objects.installerBuild,
+        objects.versionSuffix, objects.collector.truncated };
     auto window = std::make_unique<CMainWidget>(objects.collector.packages, context);
     QObject::connect(&objects.worker, &CWorker::message, window.get(), &CMainWidget::sl_Message);
     window->showMaximized();
@@ -67,6 +69,9 @@ int runWindow(const ProcessObjects& objects)
 // The action that follows the window: restart, hand-over or reboot.
 int followUp(int result, const QString& path, CSystemTemplate& system)
 {
+    // Whatever was installed or set must survive the restart or reboot that follows.
+    if (result == ExitNewInstaller || result == ExitReboot || result == ExitQuit)
+        syncFileSystems();
     switch (result) {
     case ExitNewInstaller:
         system.Installer(path);
@@ -99,6 +104,10 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 
     int result = runWindow(objects);
 
+    // The RAM disk only shrinks once the unpacked packages are gone. A link in them
+    // is removed as a link: nothing outside the directory is touched.
+    const bool cleared = RemoveTreeInPlace(objects.system.tempDir);
+    qDebug() << "cleared" << objects.system.tempDir << cleared;
     if (!objects.system.Mount_Tmpf_Bigger(false)) {
         qCritical("Mount error RAM-Disk 2");
         return RamDiskFailed;
