@@ -8,9 +8,15 @@ namespace {
 // after the platform object is gone.
 QFile* g_consoleLog = nullptr;
 
+// Longer texts are cut, so that a huge value from a package cannot flood the console.
+const int kMaxConsoleCharacters = 4096;
+
 QByteArray consoleText(QtMsgType type, const QString& text)
 {
-    const QByteArray bytes = text.toLocal8Bit();
+    QByteArray bytes = text.left(kMaxConsoleCharacters).toLocal8Bit();
+    if (text.size() > kMaxConsoleCharacters)
+        bytes += " [cut after " + QByteArray::number(kMaxConsoleCharacters) + " of " + QByteArray::number(text.size())
+            + " characters]";
     switch (type) {
     case QtWarningMsg:
         return bytes + '\n';
@@ -25,14 +31,15 @@ QByteArray consoleText(QtMsgType type, const QString& text)
     return QByteArray();
 }
 
-// Only the installer's own lines go to the console. Its code is built with
+// The console carries the installer's own lines. Its code is built with
 // QT_MESSAGELOGCONTEXT, so each of its messages names its source file; the Qt
 // libraries of the device are release builds whose notices (for instance that
-// XDG_RUNTIME_DIR is not set) come without one. A fatal message always passes:
-// it tells why the process ends.
-bool isInstallerMessage(QtMsgType type, const QMessageLogContext& context)
+// XDG_RUNTIME_DIR is not set) come without one. The libraries' critical and fatal
+// messages still pass: they say why the screen or the touch input failed, or why
+// the process ends.
+bool isConsoleMessage(QtMsgType type, const QMessageLogContext& context)
 {
-    return type == QtFatalMsg || context.file != nullptr;
+    return type == QtCriticalMsg || type == QtFatalMsg || context.file != nullptr;
 }
 
 } // namespace
@@ -52,7 +59,7 @@ bool openConsoleLog(const QString& path, QString& error)
 
 void consoleMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    if (!g_consoleLog || !g_consoleLog->isOpen() || !isInstallerMessage(type, context))
+    if (!g_consoleLog || !g_consoleLog->isOpen() || !isConsoleMessage(type, context))
         return;
     const QByteArray bytes = consoleText(type, text);
     if (bytes.isEmpty())
