@@ -21,7 +21,8 @@ arch=$(dpkg-deb -f "$deb" Architecture)
 [ "$(dpkg-deb -f "$deb" Package)" = pkgupdate ] || fail "package name"
 dpkg-deb -f "$deb" Depends | grep -Eq 'libqt[56]widgets.*openssl.*bzip2' || fail "Depends: $(dpkg-deb -f "$deb" Depends)"
 
-machine=$(dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/local/bin/pkgupdate | head -c 20 | od -An -tx1 -j18 -N2 | tr -d ' ')
+dpkg-deb -x "$deb" "$scratch/files"
+machine=$(od -An -tx1 -j18 -N2 "$scratch/files/usr/local/bin/pkgupdate" | tr -d ' ')
 case "$arch" in
     amd64) [ "$machine" = 3e00 ] ;;
     arm64) [ "$machine" = b700 ] ;;
@@ -32,7 +33,7 @@ esac || fail "a program for ELF machine $machine in a package for $arch"
 # shellcheck disable=SC2016 # expanded by the shell on the device
 answer=$("$sandbox" --ro "$scratch/out" -- /bin/sh -c 'mkdir -p /tmp/root/var/lib/dpkg/info &&
     touch /tmp/root/var/lib/dpkg/status &&
-    dpkg --root=/tmp/root --force-not-root --force-depends --force-architecture -i "$1" >/dev/null &&
+    dpkg --root=/tmp/root --force-not-root --force-depends --force-architecture -i "$1" >/dev/null 2>&1 &&
     dpkg --root=/tmp/root -L pkgupdate | grep -x /usr/local/bin/pkgupdate >/dev/null &&
     /tmp/root/usr/local/bin/pkgupdate -v' sh "$deb") || fail "install and -v"
 [ "$answer" = "$version" ] || fail "pkgupdate -v answered '$answer' from the package of version $version"
