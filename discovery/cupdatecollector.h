@@ -1,6 +1,7 @@
 #pragma once
 
 #include "discovery/cversion.h"
+#include "discovery/installerversion.h"
 #include "discovery/updatepackage.h"
 
 #include <QFileInfo>
@@ -11,12 +12,11 @@ class CWaitedCommand;
 
 // What the collector needs to know about the device. The defaults are the
 // device's own paths and time limits; tests replace them.
-struct CollectorEnvironment
-{
+struct CollectorEnvironment {
     // The device's BSP version text, as the platform object read it.
     QString deviceBsp;
     // Installed version of installer packages: the installer's own version.
-    CVersion installerVersion = CVersion(2, 0, 0, false);
+    CVersion installerVersion = CVersion(QString::fromLatin1(InstallerVersion::version));
     // The main application, asked with "-v" for the installed program version.
     QString programPath = QStringLiteral("/usr/local/bin/corvane");
     // Key=value file whose "version" key is the installed help-files version.
@@ -34,8 +34,7 @@ class CSystemTemplate;
 
 // Turns the update medium's directory into the list of package records, with
 // installed versions and the pre-selection.
-class CUpdateCollector
-{
+class CUpdateCollector {
 public:
     // Most archives the installer takes from one medium.
     static constexpr int packageLimit = 6;

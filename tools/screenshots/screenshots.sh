@@ -10,11 +10,11 @@ if [ $# -lt 2 ]; then
     echo "usage: $0 <build directory> <output directory> [cmake option...]" >&2
     exit 2
 fi
-build=$1
-output=$2
+build=$(realpath -m "$1")
+output=$(realpath -m "$2")
 shift 2
-source_dir=$(cd "$(dirname "$0")/../.." && pwd)
+cd "$(dirname "$0")/../.."
 
-cmake -S "$source_dir" -B "$build" "$@" >/dev/null
+cmake --preset qt6 -B "$build" "$@" >/dev/null
 cmake --build "$build" -j2 --target pkgupdate-screenshots
 "$build/tools/screenshots/pkgupdate-screenshots" "$output"
