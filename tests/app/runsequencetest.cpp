@@ -78,6 +78,7 @@ void RunSequenceTest::runs()
     };
     QTemporaryDir work;
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(work.path())); // else Qt warns about it
+    qputenv("QT_QPA_GENERIC_PLUGINS", "none"); // the touch input is the panel start's matter
     const QString stick = work.filePath(QStringLiteral("stick"));
     QVERIFY(TestTools::writeFile(stick + "/bin-3.1.0-BSP-1.36.0.tar.bz2", "x"));
     QVERIFY(TestTools::writeFile(stick + "/bin-3.1.0-BSP-1.36.0.tar.bz2.sha1", "x"));
@@ -111,7 +112,7 @@ void RunSequenceTest::runs()
                           .arg(QLatin1String(row.name), row.arguments.join(QLatin1Char(' ')))
                           .arg(status)
                           .arg(system.calls.join(QStringLiteral(" | ")),
-                              console.lines().filter(QRegularExpression("^(?!This plugin)")).join('\n'))
+                              console.lines().filter(QRegularExpression("^(?!This plugin|No such plugin)")).join('\n'))
                           .replace(stick, QStringLiteral("STICK"));
     }
     QCOMPARE_GOLDEN("app/data/runs.ref", transcript);
