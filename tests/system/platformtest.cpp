@@ -17,6 +17,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <memory>
+
 #include <sys/stat.h>
 
 using namespace TestTools;
@@ -174,7 +176,8 @@ private Q_SLOTS:
 
 void PlatformTest::operations()
 {
-    auto* system = new CSystem_Vesta; // lives until the process ends, like on the device
+    // Lives until the process ends, like on the device.
+    static const auto system = std::make_unique<CSystem_Vesta>();
     const CPackageMaker maker(kWork);
     QVERIFY(maker.isValid() && QFile::copy(maker.publicKey(), system->UpdateKeyFile()));
     QVERIFY(writeScript(kWork + "/tree/usr/local/bin/x", "echo hello"));
