@@ -3,8 +3,10 @@
 #include "app/commandline.h"
 #include "app/toolkitstart.h"
 #include "discovery/cupdatecollector.h"
+#include "install/creplacementbatch.h"
 #include "install/cworker.h"
 #include "system/csystemtemplate.h"
+#include "system/removetree.h"
 #include "ui/cmainwidget.h"
 
 #include <QApplication>
@@ -78,6 +80,9 @@ int runWindow(const ProcessObjects& objects)
 // The action that follows the window: restart, hand-over or reboot.
 int followUp(int result, const QString& path, CSystemTemplate& system)
 {
+    // Whatever was installed or set must survive the restart or reboot that follows.
+    if (result == ExitNewInstaller || result == ExitReboot || result == ExitQuit)
+        syncFileSystems();
     switch (result) {
     case ExitNewInstaller:
         system.Installer(path);
@@ -110,6 +115,10 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 
     int result = runWindow(objects);
 
+    // The RAM disk only shrinks once the unpacked packages are gone. A link in them
+    // is removed as a link: nothing outside the directory is touched.
+    const bool cleared = RemoveTreeInPlace(objects.system.tempDir);
+    qDebug() << "cleared" << objects.system.tempDir << cleared;
     if (!objects.system.Mount_Tmpf_Bigger(false)) {
         qCritical("Mount error RAM-Disk 2");
         return RamDiskFailed;

@@ -1,5 +1,6 @@
 #include "install/cworker.h"
 
+#include "install/creplacementbatch.h"
 #include "install/updateconf.h"
 #include "system/csystemtemplate.h"
 #include "system/removetree.h"
@@ -8,6 +9,8 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+
+#include <unistd.h>
 
 namespace {
 
@@ -18,13 +21,46 @@ const char* boolText(bool value)
     return value ? "true" : "false";
 }
 
+// path with links and "." or ".." resolved as far as it exists.
+QString resolvedPath(const QString& path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
+}
+
 } // namespace
+
+// Opens the worker's replacement batch unless one is open already; the scope that
+// opened it commits it when it ends, so nested copies share one batch.
+class CWorker::BatchScope {
+public:
+    explicit BatchScope(CWorker& worker)
+        : m_worker(worker)
+        , m_opened(!worker.m_batch)
+    {
+        if (m_opened)
+            worker.m_batch = std::make_unique<CReplacementBatch>();
+    }
+    ~BatchScope()
+    {
+        if (m_opened)
+            m_worker.commitBatch();
+    }
+    BatchScope(const BatchScope&) = delete;
+    BatchScope& operator=(const BatchScope&) = delete;
+
+private:
+    CWorker& m_worker;
+    const bool m_opened;
+};
 
 CWorker::CWorker(CSystemTemplate& system, QObject* parent)
     : QObject(parent)
     , m_system(system)
 {
 }
+
+CWorker::~CWorker() = default;
 
 int CWorker::Install(QList<UpdatePackage>& packages)
 {
@@ -102,7 +138,7 @@ bool CWorker::deleteScriptPath()
     if (!script.contains(deleteKey))
         return true;
     const QString path = script.value(deleteKey);
-    const bool removed = RemoveTree(path);
+    const bool removed = mayDelete(path) && RemoveTree(path);
     qDebug() << "   DELETE" << path << boolText(removed);
     if (!removed) {
         qCritical() << "Delete error";
@@ -113,6 +149,26 @@ bool CWorker::deleteScriptPath()
     return true;
 }
 
+bool CWorker::mayDelete(const QString& path)
+{
+    // An empty value names nothing and removes nothing.
+    if (path.isEmpty())
+        return true;
+    // A relative path would be taken against whatever the working directory is.
+    if (QDir::isRelativePath(path))
+        return false;
+    const QString target = resolvedPath(path);
+    if (target == QLatin1String("/"))
+        return false;
+    // Without the keys no package verifies again; without the installer none installs.
+    for (const QString& kept : { m_system.shareDir, m_system.UpdateKeyFile(), m_system.installerPath }) {
+        const QString keptPath = resolvedPath(kept);
+        if (!keptPath.isEmpty() && (keptPath == target || keptPath.startsWith(target + QLatin1Char('/'))))
+            return false;
+    }
+    return true;
+}
+
 void CWorker::ReadUpdateConf(const QFileInfo& file)
 {
     script = readUpdateConf(file.filePath());
@@ -120,6 +176,7 @@ void CWorker::ReadUpdateConf(const QFileInfo& file)
 
 void CWorker::FlatArchiv()
 {
+    const BatchScope batch(*this);
     // Every single blank separates: two blanks in a row make an empty name that
     // still uses up a DEST_FILE number.
     const QStringList names = script.value(QStringLiteral("FILE_LIST")).split(QLatin1Char(' '));
@@ -142,9 +199,8 @@ void CWorker::copyListedFile(int number, const QString& name)
     // An empty directory is "/" itself, which exists; mkpath would only complain.
     if (!directory.isEmpty())
         QDir(QStringLiteral("/")).mkpath(directory);
-    qDebug() << "   rm" << destination << boolText(QFile::remove(destination));
-    // QFile::copy follows a link: a listed link is installed as the file it points to.
-    const bool copied = QFile::copy(source, destination);
+    // The copy follows a link: a listed link is installed as the file it points to.
+    const bool copied = stage(source, destination, false);
     qDebug() << "   cp" << name << boolText(copied);
     if (copied)
         ++copiedFiles;
@@ -154,6 +210,7 @@ void CWorker::copyListedFile(int number, const QString& name)
 
 void CWorker::NewArchiv()
 {
+    const BatchScope batch(*this);
     qDebug() << "CWorker::NewArchiv()";
     const QString packageBsp = script.value(QStringLiteral("BSP"));
     if (!packageBsp.isEmpty() && !packageBsp.contains(m_system.bspVersion))
@@ -166,6 +223,7 @@ void CWorker::CopyTree(const QString& source, const QString& destination, int de
 {
     if (!QFileInfo(source).isDir())
         return;
+    const BatchScope batch(*this);
     if (depth == 4 || depth == 5)
         Q_EMIT message(destination);
     const QStringList directories
@@ -184,8 +242,6 @@ void CWorker::copyTreeFiles(const QString& source, const QString& destination, i
     const QStringList files = QDir(source).entryList(QDir::Files | QDir::Hidden, QDir::Unsorted);
     for (const QString& name : files) {
         const QString target = destination + QLatin1Char('/') + name;
-        if (QFile::exists(target))
-            QFile::remove(target);
         CopyOne(source + QLatin1Char('/') + name, target);
         if (depth <= 29)
             Q_EMIT message(target);
@@ -194,20 +250,37 @@ void CWorker::copyTreeFiles(const QString& source, const QString& destination, i
 
 void CWorker::CopyOne(const QString& source, const QString& destination)
 {
-    QFile::remove(destination);
-    bool copied = false;
-    if (QFileInfo(source).isSymLink()) {
-        copied = m_system.CopySymlink(source, destination);
-        if (copied)
-            ++copiedLinks;
+    const BatchScope batch(*this);
+    const bool link = QFileInfo(source).isSymLink();
+    if (stage(source, destination, link)) {
+        ++(link ? copiedLinks : copiedFiles);
     } else {
-        copied = QFile::copy(source, destination);
-        if (copied)
-            ++copiedFiles;
-    }
-    if (!copied) {
         ++errors;
         qWarning() << "copy   Error=" << source;
+    }
+}
+
+bool CWorker::stage(const QString& source, const QString& destination, bool link)
+{
+    if (!link)
+        return m_batch->stageCopy(source, destination);
+    // A directory in the way: the link call fails on it and reports why.
+    if (!m_batch->prepareLink(destination))
+        return m_system.CopySymlink(source, destination);
+    if (!m_system.CopySymlink(source, CReplacementBatch::stagingPath(destination)))
+        return false;
+    m_batch->addLink(source, destination);
+    return true;
+}
+
+void CWorker::commitBatch()
+{
+    const std::vector<CReplacementBatch::Failure> failures = m_batch->commit();
+    m_batch.reset();
+    for (const CReplacementBatch::Failure& failure : failures) {
+        --(failure.link ? copiedLinks : copiedFiles);
+        ++errors;
+        qWarning() << "copy   Error=" << failure.source;
     }
 }
 
@@ -217,7 +290,12 @@ void CWorker::AppendUpdateLog(const QString& text)
     if (!log.open(QIODevice::WriteOnly | QIODevice::Append))
         return;
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyy-MM-dd'T'hh:mm:ss"));
-    log.write((stamp + QStringLiteral("Z ") + text + QLatin1Char('\n')).toLocal8Bit());
-    log.flush();
+    const QByteArray line = (stamp + QStringLiteral("Z ") + text + QLatin1Char('\n')).toLocal8Bit();
+    const qint64 oldSize = log.size();
+    // A line that does not fit (a full flash) is taken back, not left half written.
+    if (log.write(line) != line.size() || !log.flush())
+        log.resize(oldSize);
+    // Durable at once: the line records that a package was accepted.
+    ::fsync(log.handle());
     log.close();
 }

@@ -8,6 +8,9 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
+class CReplacementBatch;
 class CSystemTemplate;
 
 // Results of CWorker::Install.
@@ -25,6 +28,7 @@ class CWorker : public QObject {
 
 public:
     explicit CWorker(CSystemTemplate& system, QObject* parent = nullptr);
+    ~CWorker() override;
 
     // Sorts packages (the caller's list too) and installs every selected record;
     // returns an InstallResult.
@@ -38,7 +42,10 @@ public:
     void NewArchiv();
     // Copies the directory source to destination recursively; depth picks the messages.
     void CopyTree(const QString& source, const QString& destination, int depth);
-    // Copies one file or symbolic link, counting the result.
+    // Copies one file or symbolic link, counting the result. The old file stays
+    // until the new one is complete and durable; a failed copy leaves it in place.
+    // FlatArchiv, NewArchiv, CopyTree and CopyOne put their files in place when
+    // they return: the outermost of them commits one batch for all.
     void CopyOne(const QString& source, const QString& destination);
     // Appends "<UTC time>Z text" to the update log.
     void AppendUpdateLog(const QString& text);
@@ -55,16 +62,27 @@ Q_SIGNALS:
     void message(const QString& text);
 
 private:
+    class BatchScope;
+
     // Installs one selected record; InstallDone to go on with the next one.
     int installPackage(UpdatePackage& package);
     // Verifies, logs and unpacks the package; false after the failure was reported.
     bool verifyAndUnpack(const UpdatePackage& package);
     // Carries out the script's DELETE, if any; false after the failure was reported.
     bool deleteScriptPath();
+    // False for a DELETE path that is relative or whose removal would take the
+    // root, the public keys or the installed installer with it.
+    [[nodiscard]] bool mayDelete(const QString& path);
+    // Stages source as destination in the open batch; false if that failed.
+    bool stage(const QString& source, const QString& destination, bool link);
+    // Puts the open batch's files in place; a failed rename becomes a copy error.
+    void commitBatch();
     // Copies the number-th FILE_LIST entry name to its DEST_FILEn directory.
     void copyListedFile(int number, const QString& name);
     // The files of source (not its subdirectories) copied into destination.
     void copyTreeFiles(const QString& source, const QString& destination, int depth);
 
     CSystemTemplate& m_system;
+    // The files staged for replacement while a copy is under way.
+    std::unique_ptr<CReplacementBatch> m_batch;
 };

@@ -1,7 +1,7 @@
 #include "install/updateconf.h"
 
+#include <QDebug>
 #include <QFile>
-#include <QTextStream>
 
 bool parseUpdateConfLine(const QString& line, QString& key, QString& value)
 {
@@ -27,11 +27,14 @@ QMap<QString, QString> readUpdateConf(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return script;
-    QTextStream stream(&file);
+    // A script is a few lines; a huge one must not cost the device its memory.
+    const QByteArray text = file.read(kMaxUpdateConfBytes);
+    if (!file.atEnd())
+        qWarning("UPDATE.CONF cut after %d bytes", kMaxUpdateConfBytes);
     QString key;
     QString value;
-    while (!stream.atEnd()) {
-        if (parseUpdateConfLine(stream.readLine(), key, value))
+    for (const QString& line : QString::fromLocal8Bit(text).split(QLatin1Char('\n'))) {
+        if (parseUpdateConfLine(line, key, value))
             script.insert(key, value);
     }
     return script;

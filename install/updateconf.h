@@ -10,6 +10,9 @@
 // double quote loses every double quote.
 [[nodiscard]] bool parseUpdateConfLine(const QString& line, QString& key, QString& value);
 
+// The part of UPDATE.CONF that is read; the rest is dropped with a console warning.
+const int kMaxUpdateConfBytes = 64 * 1024;
+
 // Reads the script at path; a later line replaces an earlier one with the same
 // key. An unreadable file gives an empty map.
 [[nodiscard]] QMap<QString, QString> readUpdateConf(const QString& path);

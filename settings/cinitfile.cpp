@@ -2,6 +2,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QSaveFile>
 #include <QStringList>
 #include <QTextStream>
 
@@ -36,7 +37,10 @@ void readEntries(QFile& file, bool stripQuotes, QMap<QString, QString>& entries)
 
 } // namespace
 
-CInitFile::CInitFile(const QString& filePath) : m_filePath(filePath) {}
+CInitFile::CInitFile(const QString& filePath)
+    : m_filePath(filePath)
+{
+}
 
 CInitFile::~CInitFile()
 {
@@ -59,8 +63,10 @@ void CInitFile::Write()
 {
     // A failed write loses the changes; the destructor must not retry it.
     m_modified = false;
-    QFile file(m_filePath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+    // Written beside the old file and renamed over it once complete and synced:
+    // power loss leaves the old settings or the new ones, never a cut file.
+    QSaveFile file(m_filePath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
     QTextStream stream(&file);
     for (auto it = m_entries.cbegin(); it != m_entries.cend(); ++it) {
@@ -69,7 +75,7 @@ void CInitFile::Write()
     }
     stream << '\n';
     stream.flush();
-    file.close();
+    file.commit();
 }
 
 QString CInitFile::GetString(const QString& key, const QString& defaultValue) const

@@ -8,9 +8,15 @@ namespace {
 // after the platform object is gone.
 QFile* g_consoleLog = nullptr;
 
+// Longer texts are cut, so that a huge value from a package cannot flood the console.
+const int kMaxConsoleCharacters = 4096;
+
 QByteArray consoleText(QtMsgType type, const QString& text)
 {
-    const QByteArray bytes = text.toLocal8Bit();
+    QByteArray bytes = text.left(kMaxConsoleCharacters).toLocal8Bit();
+    if (text.size() > kMaxConsoleCharacters)
+        bytes += " [cut after " + QByteArray::number(kMaxConsoleCharacters) + " of " + QByteArray::number(text.size())
+            + " characters]";
     switch (type) {
     case QtWarningMsg:
         return bytes + '\n';

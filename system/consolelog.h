@@ -12,6 +12,6 @@ bool openConsoleLog(const QString& path, QString& error);
 
 // The Qt message handler writing to the console log: debug (and info) messages are
 // dropped, warnings are the text and "\n", critical messages "??? " text "\n",
-// fatal messages "\n!!! " text "\n\n". Flushed after each message; messages are
-// dropped while no console log is open.
+// fatal messages "\n!!! " text "\n\n". A text over 4096 characters is cut there and
+// says so. Flushed after each message; messages are dropped while no console log is open.
 void consoleMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text);

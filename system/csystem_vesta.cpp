@@ -124,7 +124,7 @@ bool CSystem_Vesta::Start_CV3()
 
 bool CSystem_Vesta::Installer(const QString& argument)
 {
-    const QString command = QStringLiteral("/usr/local/bin/pkgupdate %1").arg(argument);
+    const QString command = QStringLiteral("%1 %2").arg(installerPath, argument);
     qDebug() << "CSystem::Installer()" << command;
     const bool started = startCommandDetached(command);
     if (!started)

@@ -7,8 +7,7 @@
 // All operations are pure virtual, one concrete class per hardware platform.
 // The object is never deleted through this interface, so its destructor is
 // protected and not virtual.
-class CSystemTemplate
-{
+class CSystemTemplate {
 public:
     CSystemTemplate(const QString& shareDirectory, const QString& tempDirectory)
         : shareDir(shareDirectory)
@@ -47,6 +46,8 @@ public:
     QString tempDir;
     // The device's BSP version text; null until ReadBspVersion() succeeds.
     QString bspVersion;
+    // The installed installer, started by Installer() after an installer update.
+    QString installerPath = QStringLiteral("/usr/local/bin/pkgupdate");
 
 protected:
     ~CSystemTemplate() = default;
