@@ -21,24 +21,14 @@ bool isDirectory(const QByteArray& path)
     return ::lstat(path.constData(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-// Copies all of in to out; sendfile stays in the kernel, read/write is the
-// fallback where sendfile cannot be used between the two files.
-bool copyContents(int in, int out)
+// Copies in to out with read and write, for files between which sendfile cannot copy.
+bool copyByReading(int in, int out)
 {
-    for (;;) {
-        const ssize_t sent = ::sendfile(out, in, nullptr, 1 << 30);
-        if (sent == 0)
-            return true;
-        if (sent < 0 && errno == EINTR)
-            continue;
-        if (sent < 0)
-            break;
-    }
-    if (errno != EINVAL && errno != ENOSYS)
-        return false;
     char buffer[64 * 1024];
     for (;;) {
         const ssize_t got = ::read(in, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR)
+            continue;
         if (got <= 0)
             return got == 0;
         for (ssize_t done = 0; done < got;) {
@@ -50,6 +40,22 @@ bool copyContents(int in, int out)
             done += written;
         }
     }
+}
+
+// Copies the size bytes of in to out; sendfile keeps the data in the kernel.
+bool copyContents(int in, int out, off_t size)
+{
+    off_t offset = 0;
+    while (offset < size) {
+        const ssize_t sent = ::sendfile(out, in, &offset, size_t(size - offset));
+        if (sent == 0) // the file became shorter
+            return true;
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent < 0)
+            return offset == 0 && (errno == EINVAL || errno == ENOSYS) && copyByReading(in, out);
+    }
+    return true;
 }
 
 // Creates path for writing; a stale entry of an interrupted installation is
@@ -64,13 +70,13 @@ int createStaging(const QByteArray& path)
 }
 
 // Writes source's contents and permission bits to the new file staging.
-bool writeCopy(int in, mode_t mode, const QByteArray& staging)
+bool writeCopy(int in, const struct stat& source, const QByteArray& staging)
 {
     const int out = createStaging(staging);
     if (out < 0)
         return false;
     // The permission bits only, as the installer always copied them.
-    bool ok = copyContents(in, out) && ::fchmod(out, mode & 0777) == 0;
+    bool ok = copyContents(in, out, source.st_size) && ::fchmod(out, source.st_mode & 0777) == 0;
     ok = ::close(out) == 0 && ok;
     if (!ok)
         ::unlink(staging.constData());
@@ -106,7 +112,7 @@ bool CReplacementBatch::stageCopy(const QString& source, const QString& destinat
         return false;
     const QByteArray staging = QFile::encodeName(stagingPath(destination));
     struct stat info;
-    const bool ok = ::fstat(in, &info) == 0 && S_ISREG(info.st_mode) && writeCopy(in, info.st_mode, staging);
+    const bool ok = ::fstat(in, &info) == 0 && S_ISREG(info.st_mode) && writeCopy(in, info, staging);
     ::close(in);
     if (ok)
         add(Staged { staging, target, Failure { source, false } });

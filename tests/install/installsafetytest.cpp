@@ -3,8 +3,8 @@
 // on a roomy flash and on one that fills up; then the installer is killed (SIGKILL)
 // at random moments, most of them while it copies (PKGUPDATE_KILL_POINTS per case,
 // at least 8; each case prints how many it tried and what it found), and every file
-// the package touches, installer.ini included, must be wholly old or wholly new. Packages that DELETE vital directories or carry a huge
-// UPDATE.CONF are refused or cut. Runs only inside tools/device-sandbox.
+// the package touches, installer.ini included, must be wholly old or wholly new. Packages that DELETE vital directories
+// or carry a huge UPDATE.CONF are refused or cut. Runs only inside tools/device-sandbox.
 
 #include "common/golden.h"
 #include "common/testtools.h"
@@ -36,7 +36,7 @@ QByteArray content(const QString& path, bool fresh)
 {
     if (path.endsWith(QLatin1String(".ini")))
         return fresh ? "Language=:/lang/de\nReRun=true\n\n" : "Language=:/lang/de\n\n";
-    return (fresh ? "new " : "old ") + path.toLatin1().repeated(fresh ? 300 : 100);
+    return (fresh ? "new " : "old ") + path.toLatin1().repeated(fresh ? 60 : 20);
 }
 
 // The files a package touches: the program, installer.ini and 238 help files.
@@ -99,7 +99,7 @@ private Q_SLOTS:
                  "0 --name doc --delete /usr/local", "0 --name doc --delete /usr/local/bin",
                  "0 --name doc --delete /share-link", "0 --name doc --delete /usr/local/share/corvane/help/..",
                  "0 --name doc --delete /usr/local/share/corvane/help", "0 --name doc --conf WORK/UPDATE.CONF",
-                 "0 --name doc", "0 --name bin", "2048 --name doc", "8 --name bin" }) {
+                 "0 --name doc", "0 --name bin", "512 --name doc", "8 --name bin" }) {
             const QStringList row = QString::fromLatin1(testCase).replace("WORK", m_work.path()).split(' ');
             const QString archive = m_maker.make("tree", m_work.filePath("stick"), row.mid(1) + common);
             resetDevice();
