@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 
 #include <unistd.h>
@@ -239,10 +240,13 @@ void CWorker::CopyTree(const QString& source, const QString& destination, int de
 void CWorker::copyTreeFiles(const QString& source, const QString& destination, int depth)
 {
     // Without QDir::System dangling links are not listed, so they are not copied.
-    const QStringList files = QDir(source).entryList(QDir::Files | QDir::Hidden, QDir::Unsorted);
-    for (const QString& name : files) {
+    // The listing knows each entry's type: a file is not looked up a second time.
+    QDirIterator files(source, QDir::Files | QDir::Hidden);
+    while (files.hasNext()) {
+        files.next();
+        const QString name = files.fileName();
         const QString target = destination + QLatin1Char('/') + name;
-        CopyOne(source + QLatin1Char('/') + name, target);
+        copyEntry(source + QLatin1Char('/') + name, target, files.fileInfo().isSymLink());
         if (depth <= 29)
             Q_EMIT message(target);
     }
@@ -250,8 +254,12 @@ void CWorker::copyTreeFiles(const QString& source, const QString& destination, i
 
 void CWorker::CopyOne(const QString& source, const QString& destination)
 {
+    copyEntry(source, destination, QFileInfo(source).isSymLink());
+}
+
+void CWorker::copyEntry(const QString& source, const QString& destination, bool link)
+{
     const BatchScope batch(*this);
-    const bool link = QFileInfo(source).isSymLink();
     if (stage(source, destination, link)) {
         ++(link ? copiedLinks : copiedFiles);
     } else {

@@ -79,6 +79,8 @@ private:
     void commitBatch();
     // Copies the number-th FILE_LIST entry name to its DEST_FILEn directory.
     void copyListedFile(int number, const QString& name);
+    // CopyOne for a source whose being a symbolic link is known already.
+    void copyEntry(const QString& source, const QString& destination, bool link);
     // The files of source (not its subdirectories) copied into destination.
     void copyTreeFiles(const QString& source, const QString& destination, int depth);
 
