@@ -1,6 +1,5 @@
 #include "common/devicefiles.h"
 
-#include "common/testpaths.h"
 #include "common/testtools.h"
 
 #include <QDir>
@@ -32,17 +31,6 @@ void addEntries(const QString& directory, const QStringList& skipped, Snapshot& 
 }
 
 } // namespace
-
-QStringList dataLines(const QString& name)
-{
-    QStringList lines;
-    const QString text = QString::fromUtf8(TestTools::readFile(TestPaths::source(QStringLiteral("tests/") + name)));
-    for (const QString& line : text.split(QLatin1Char('\n'))) {
-        if (!line.isEmpty() && !line.startsWith(QLatin1Char('#')))
-            lines << line;
-    }
-    return lines;
-}
 
 QString escaped(const QByteArray& text)
 {

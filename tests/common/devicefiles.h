@@ -9,10 +9,6 @@
 // them before and after a run.
 namespace DeviceFiles {
 
-// The lines of a data file given relative to tests/ ("install/data/x.txt"),
-// without empty lines and "#" comments.
-QStringList dataLines(const QString& name);
-
 // Text with line ends and tabs written as "\n", "\r" and "\t", and back.
 QString escaped(const QByteArray& text);
 QByteArray unescaped(const QString& text);

@@ -1,6 +1,6 @@
 #include "common/golden.h"
 
-#include "common/testpaths.h"
+#include "common/testtools.h"
 
 #include <QDir>
 #include <QFile>

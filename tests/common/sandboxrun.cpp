@@ -1,19 +1,8 @@
 #include "common/sandboxrun.h"
 
-#include "common/testpaths.h"
+#include "common/testtools.h"
 
-#include <QFile>
 #include <QProcess>
-
-namespace {
-
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 SandboxRun::SandboxRun(const QString& deviceDirectory)
     : m_deviceDirectory(deviceDirectory)
@@ -22,13 +11,11 @@ SandboxRun::SandboxRun(const QString& deviceDirectory)
 
 SandboxRun::Result SandboxRun::run(const QStringList& command, int timeoutMs) const
 {
-    QStringList arguments{QStringLiteral("--device"), m_deviceDirectory,
-                          QStringLiteral("--ro"),     TestPaths::source(QString()),
-                          QStringLiteral("--ro"),     TestPaths::build(QString())};
-    arguments << options << QStringLiteral("--") << command;
-
     QProcess sandbox;
-    sandbox.start(TestPaths::sandbox(), arguments);
+    sandbox.start(TestPaths::source("tools/device-sandbox"),
+        QStringList {
+            "--device", m_deviceDirectory, "--ro", TestPaths::source(QString()), "--ro", TestPaths::build(QString()) }
+            + options + QStringList { "--" } + command);
     Result result;
     result.finished = sandbox.waitForFinished(timeoutMs);
     if (!result.finished) {
@@ -41,18 +28,13 @@ SandboxRun::Result SandboxRun::run(const QStringList& command, int timeoutMs) co
     return result;
 }
 
-QString SandboxRun::hostPath(const QString& devicePath) const
-{
-    return m_deviceDirectory + QStringLiteral("/root") + devicePath;
-}
-
 QByteArray SandboxRun::console() const
 {
-    return readAll(m_deviceDirectory + QStringLiteral("/console"));
+    return TestTools::readFile(m_deviceDirectory + "/console", {});
 }
 
 QStringList SandboxRun::calls() const
 {
-    const QString text = QString::fromLocal8Bit(readAll(hostPath(QStringLiteral("/var/log/device-calls.log"))));
-    return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QByteArray log = TestTools::readFile(m_deviceDirectory + "/root/var/log/device-calls.log", {});
+    return QString::fromLocal8Bit(log).split('\n', Qt::SkipEmptyParts);
 }

@@ -26,14 +26,10 @@ public:
     // trees are visible read-only.
     Result run(const QStringList& command, int timeoutMs = 60000) const;
 
-    // A path of the device's file system, as seen from the host.
-    [[nodiscard]] QString hostPath(const QString& devicePath) const;
     // What was written to /dev/console.
     [[nodiscard]] QByteArray console() const;
     // One entry per call of a fake program ("/sbin/reboot ", "/etc/init.d/corvane start").
     [[nodiscard]] QStringList calls() const;
-
-    [[nodiscard]] const QString& deviceDirectory() const { return m_deviceDirectory; }
 
 private:
     QString m_deviceDirectory;

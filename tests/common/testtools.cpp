@@ -1,11 +1,9 @@
 #include "common/testtools.h"
 
-#include "common/testpaths.h"
-
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QStandardPaths>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <unistd.h>
@@ -25,14 +23,20 @@ bool writeFile(const QString& path, const QByteArray& content, QFile::Permission
 bool writeScript(const QString& path, const QByteArray& body)
 {
     return writeFile(path, "#!/bin/sh\n" + body + '\n',
-        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup
-            | QFile::ReadOther | QFile::ExeOther);
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
+            | QFile::ExeOther);
 }
 
-QByteArray readFile(const QString& path)
+QByteArray readFile(const QString& path, const QByteArray& missing)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : missing;
+}
+
+QStringList dataLines(const QString& name)
+{
+    const QStringList lines = QString::fromUtf8(readFile(TestPaths::source("tests/" + name))).split('\n');
+    return lines.filter(QRegularExpression("^[^#]"));
 }
 
 QString readLink(const QString& path)
@@ -59,15 +63,6 @@ ToolResult runTool(const QString& program, const QStringList& arguments, int tim
     return result;
 }
 
-QString missingTool(const QStringList& tools)
-{
-    for (const QString& tool : tools) {
-        if (QStandardPaths::findExecutable(tool).isEmpty())
-            return tool;
-    }
-    return QString();
-}
-
 CPackageMaker::CPackageMaker(const QString& directory)
     : m_keys(directory + QStringLiteral("/keys"))
 {
@@ -85,15 +80,6 @@ QString CPackageMaker::make(const QString& mode, const QString& out, const QStri
     return made.exitCode == 0 ? made.output.trimmed() : QString();
 }
 
-bool CPackageMaker::sign(const QString& archive) const
-{
-    return runTool(QStringLiteral("openssl"),
-               { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), privateKey(),
-                   QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive })
-               .exitCode
-        == 0;
-}
-
 bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const QString& bsp) const
 {
     const QTemporaryDir source;
@@ -105,7 +91,8 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
     if (kind == QLatin1String("ins")) {
         writeScript(source.filePath(QStringLiteral("pkgupdate")), kSampleInstaller.mid(10).chopped(1));
         return !make(QStringLiteral("files"), stick,
-            QStringList { "--name", "ins" } + arguments.mid(0, 4) + QStringList { source.filePath("pkgupdate=/usr/local/bin") })
+            QStringList { "--name", "ins" } + arguments.mid(0, 4)
+                + QStringList { source.filePath("pkgupdate=/usr/local/bin") })
                     .isEmpty();
     }
     writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), kSampleProgram.mid(10).chopped(1));
@@ -115,20 +102,15 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
     return archive.exists();
 }
 
-CPathOverride::CPathOverride(const QString& directory, bool only)
-    : m_oldPath(qgetenv("PATH"))
-{
-    qputenv("PATH", only ? QFile::encodeName(directory) : QFile::encodeName(directory) + ':' + m_oldPath);
-}
-
-CPathOverride::~CPathOverride() { qputenv("PATH", m_oldPath); }
-
 CConsoleWatch::CConsoleWatch()
     : m_start(QFileInfo(QStringLiteral("/dev/console")).size())
 {
 }
 
-QByteArray CConsoleWatch::written() const { return readFile(QStringLiteral("/dev/console")).mid(int(m_start)); }
+QByteArray CConsoleWatch::written() const
+{
+    return readFile(QStringLiteral("/dev/console")).mid(int(m_start));
+}
 
 namespace {
 
@@ -157,8 +139,14 @@ CDiagnosticsRecorder::CDiagnosticsRecorder(bool withDebug)
     s_previous = qInstallMessageHandler(recordMessage);
 }
 
-CDiagnosticsRecorder::~CDiagnosticsRecorder() { qInstallMessageHandler(s_previous); }
+CDiagnosticsRecorder::~CDiagnosticsRecorder()
+{
+    qInstallMessageHandler(s_previous);
+}
 
-const QStringList& CDiagnosticsRecorder::lines() const { return s_lines; }
+const QStringList& CDiagnosticsRecorder::lines() const
+{
+    return s_lines;
+}
 
 } // namespace TestTools

@@ -76,7 +76,7 @@ void CWorkerTest::initTestCase()
 QString CWorkerTest::run(const QString& dataFile, CSystemTemplate& system, CFakeSystem* fake)
 {
     QString text;
-    for (const QString& line : DeviceFiles::dataLines(dataFile)) {
+    for (const QString& line : dataLines(dataFile)) {
         const QString word = line.section(' ', 0, 0);
         const QString rest = line.section(' ', 1);
         if (word == QLatin1String("conf")) {

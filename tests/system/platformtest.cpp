@@ -5,7 +5,6 @@
 // device's call log and runs the real tool or a body of its own (a crash, a hang
 // past the budget), or is left out for a failed start.
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
@@ -189,11 +188,9 @@ void PlatformTest::operations()
                                            "(empty %d ms, 20 MiB %d ms), pause %d ms\n",
         defaults.startMs, defaults.verifyMs, defaults.unpackBaseMs, defaults.unpackBytesPerMs,
         defaults.unpackBudgetMs(0), defaults.unpackBudgetMs(20 << 20), defaults.prepareSleepMs);
-    const QString rows = QString::fromUtf8(readFile(TestPaths::source("tests/system/data/platform-rows.txt")));
-    for (const QString& row : rows.split('\n', Qt::SkipEmptyParts)) {
+    for (const QString& row : dataLines("system/data/platform-rows.txt")) {
         const QStringList fields = row.split(QStringLiteral(" | "));
-        if (!row.startsWith('#'))
-            transcript += "\n== " + fields[0] + '\n' + perform(*system, fields.value(1), fields.mid(2));
+        transcript += "\n== " + fields[0] + '\n' + perform(*system, fields.value(1), fields.mid(2));
     }
     // openssl's own error lines, without thread number and source line.
     transcript.replace(QRegularExpression("[0-9A-F]{8,}:error:[0-9A-F]{8}:"), QStringLiteral("error:"));

@@ -1,7 +1,6 @@
 #include "ui/cmainwidget.h"
 #include "common/fakesystem.h"
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "common/widgetdump.h"
 #include "install/cworker.h"
@@ -175,11 +174,8 @@ private Q_SLOTS:
 void CMainWidgetTest::session_data()
 {
     QTest::addColumn<QStringList>("field");
-    const QString sessions = TestTools::readFile(TestPaths::source(QStringLiteral("tests/ui/data/sessions.txt")));
-    for (const QString& line : sessions.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        if (!line.startsWith(QLatin1Char('#')))
-            QTest::newRow(qPrintable(line.section(QLatin1Char(' '), 0, 0))) << line.split(QStringLiteral(" | "));
-    }
+    for (const QString& line : TestTools::dataLines(QStringLiteral("ui/data/sessions.txt")))
+        QTest::newRow(qPrintable(line.section(QLatin1Char(' '), 0, 0))) << line.split(QStringLiteral(" | "));
 }
 
 void CMainWidgetTest::session()
