@@ -102,16 +102,6 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
     return archive.exists();
 }
 
-CConsoleWatch::CConsoleWatch()
-    : m_start(QFileInfo(QStringLiteral("/dev/console")).size())
-{
-}
-
-QByteArray CConsoleWatch::written() const
-{
-    return readFile(QStringLiteral("/dev/console")).mid(int(m_start));
-}
-
 namespace {
 
 QStringList s_lines;

@@ -69,16 +69,6 @@ private:
     bool m_valid = false;
 };
 
-// What is written to the device's console from its construction on.
-class CConsoleWatch {
-public:
-    CConsoleWatch();
-    [[nodiscard]] QByteArray written() const;
-
-private:
-    qint64 m_start;
-};
-
 // Records warning lines, and critical lines with the console's "??? " prefix,
 // while it exists; debug lines are dropped as on the device, or kept with the
 // prefix "debug: " when withDebug is set.

@@ -143,7 +143,7 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
     for (const QString& program : removed)
         QFile::rename(program, program + ".off");
     writeFile(kCallLog, QByteArray());
-    const CConsoleWatch console;
+    const qint64 consoleStart = QFileInfo(QStringLiteral("/dev/console")).size();
     QElapsedTimer clock;
     clock.start();
 
@@ -159,7 +159,8 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
         QThread::msleep(50);
     return QStringLiteral("%1%2\nconsole: %3\ncalls:\n%4")
         .arg(result, QLatin1String(slow ? " (slow)" : ""),
-            QString::fromLocal8Bit(console.written()).replace('\n', " | "), QString::fromLocal8Bit(readFile(kCallLog)));
+            QString::fromLocal8Bit(readFile("/dev/console").mid(consoleStart)).replace('\n', " | "),
+            QString::fromLocal8Bit(readFile(kCallLog)));
 }
 
 } // namespace
