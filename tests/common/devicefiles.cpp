@@ -62,12 +62,16 @@ bool writeEntry(const QString& root, const QString& line)
     return TestTools::writeFile(path, unescaped(value)) && (!hasMode || ::chmod(QFile::encodeName(path), mode) == 0);
 }
 
-Snapshot snapshot()
+Snapshot snapshot(const QString& directory)
 {
+    Snapshot entries;
+    if (!directory.isEmpty()) {
+        addEntries(directory, {}, entries);
+        return entries;
+    }
     const QStringList skipped { QStringLiteral("/proc"), QStringLiteral("/dev"), QStringLiteral("/sys"),
         QStringLiteral("/tmp"), QStringLiteral("/usr"),
         QLatin1Char('/') + TestPaths::source(QString()).section(QLatin1Char('/'), 1, 1) };
-    Snapshot entries;
     addEntries(QStringLiteral("/"), skipped, entries);
     addEntries(QStringLiteral("/usr/local"), skipped, entries);
     return entries;

@@ -102,13 +102,7 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
     return archive.exists();
 }
 
-namespace {
-
-QStringList s_lines;
-QtMessageHandler s_previous = nullptr;
-bool s_withDebug = false;
-
-void recordMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+void CDiagnosticsRecorder::record(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (type == QtDebugMsg && s_withDebug)
         s_lines << QStringLiteral("debug: ") + text;
@@ -120,23 +114,11 @@ void recordMessage(QtMsgType type, const QMessageLogContext& context, const QStr
         s_previous(type, context, text);
 }
 
-} // namespace
-
 CDiagnosticsRecorder::CDiagnosticsRecorder(bool withDebug)
 {
     s_lines.clear();
     s_withDebug = withDebug;
-    s_previous = qInstallMessageHandler(recordMessage);
-}
-
-CDiagnosticsRecorder::~CDiagnosticsRecorder()
-{
-    qInstallMessageHandler(s_previous);
-}
-
-const QStringList& CDiagnosticsRecorder::lines() const
-{
-    return s_lines;
+    s_previous = qInstallMessageHandler(record);
 }
 
 } // namespace TestTools

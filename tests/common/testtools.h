@@ -75,11 +75,17 @@ private:
 class CDiagnosticsRecorder {
 public:
     explicit CDiagnosticsRecorder(bool withDebug = false);
-    ~CDiagnosticsRecorder();
+    ~CDiagnosticsRecorder() { qInstallMessageHandler(s_previous); }
     CDiagnosticsRecorder(const CDiagnosticsRecorder&) = delete;
     CDiagnosticsRecorder& operator=(const CDiagnosticsRecorder&) = delete;
 
-    [[nodiscard]] const QStringList& lines() const;
+    [[nodiscard]] const QStringList& lines() const { return s_lines; }
+
+private:
+    static void record(QtMsgType type, const QMessageLogContext& context, const QString& text);
+    static inline QStringList s_lines;
+    static inline QtMessageHandler s_previous = nullptr;
+    static inline bool s_withDebug = false;
 };
 
 } // namespace TestTools

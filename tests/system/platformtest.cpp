@@ -4,19 +4,17 @@
 // started by name is a wrapper, the whole PATH, that notes its call in the
 // device's call log and runs the real tool or a body of its own (a crash, a hang
 // past the budget), or is left out for a failed start.
+#include "common/devicefiles.h"
 #include "common/golden.h"
 #include "common/testtools.h"
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
 #include <QThread>
-
-#include <sys/stat.h>
 
 using namespace TestTools;
 
@@ -36,25 +34,14 @@ QString outcome(bool result, const QString& error = QStringLiteral("-"))
                                        : ", error \"" + error + '"');
 }
 
-// A line per entry below dir: path, then "/" for a directory, the target of a
-// link, or the mode and size of a file.
+// A line per entry below dir: its path and what DeviceFiles::snapshot notes of it.
 QString tree(const QString& dir)
 {
-    QStringList lines;
-    QDirIterator it(
-        dir, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QFileInfo entry(it.next());
-        struct stat status { };
-        lstat(QFile::encodeName(entry.filePath()).constData(), &status);
-        const QString path = "\n  " + entry.filePath().mid(dir.size() + 1);
-        lines << (entry.isSymLink() ? path + " -> " + readLink(entry.filePath())
-                : entry.isDir()
-                ? path + '/'
-                : path + QStringLiteral(" %1 %2 bytes").arg(status.st_mode & 0777, 0, 8).arg(entry.size()));
-    }
-    lines.sort();
-    return lines.join(QString());
+    QString text;
+    const DeviceFiles::Snapshot entries = DeviceFiles::snapshot(dir);
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+        text += "\n  " + entry.key().mid(dir.size() + 1) + ' ' + entry.value();
+    return text;
 }
 
 // A clean scratch and unpack directory, then the entries of argument ("d:dir",
