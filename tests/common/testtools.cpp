@@ -89,13 +89,12 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
         return !make(QStringLiteral("tree"), stick, QStringList { "--name", "doc" } + arguments).isEmpty();
     }
     if (kind == QLatin1String("ins")) {
-        writeScript(source.filePath(QStringLiteral("pkgupdate")), kSampleInstaller.mid(10).chopped(1));
-        return !make(QStringLiteral("files"), stick,
-            QStringList { "--name", "ins" } + arguments.mid(0, 4)
-                + QStringList { source.filePath("pkgupdate=/usr/local/bin") })
-                    .isEmpty();
+        writeScript(source.filePath("pkgupdate"),
+            "echo \"/usr/local/bin/pkgupdate $* (the new one)\" >>/var/log/device-calls.log");
+        const QStringList files = arguments.mid(0, 4) << source.filePath("pkgupdate=/usr/local/bin");
+        return !make(QStringLiteral("files"), stick, QStringList { "--name", "ins" } + files).isEmpty();
     }
-    writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), kSampleProgram.mid(10).chopped(1));
+    writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), "echo 3.1.0");
     QFile archive(make(QStringLiteral("tree"), stick, QStringList { "--name", "bin" } + arguments));
     if (kind == QLatin1String("tampered"))
         return archive.open(QIODevice::Append) && archive.write("tampered") == 8;

@@ -45,11 +45,6 @@ struct ToolResult {
 // Runs program with arguments and waits for its end.
 ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000);
 
-// The new program and installer that sample packages install.
-inline const QByteArray kSampleProgram = "#!/bin/sh\necho 3.1.0\n";
-inline const QByteArray kSampleInstaller
-    = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $* (the new one)\" >>/var/log/device-calls.log\n";
-
 // Signed packages made by tools/make-package with a key pair of its own.
 class CPackageMaker {
 public:
@@ -60,8 +55,9 @@ public:
     [[nodiscard]] QString publicKey() const { return m_keys + QStringLiteral("/public.pem"); }
     // "make-package MODE --key KEY --out OUT ARGUMENTS..."; the archive's path, empty on failure.
     [[nodiscard]] QString make(const QString& mode, const QString& out, const QStringList& arguments) const;
-    // Puts a version 3.1.0 package on stick: "bin" (kSampleProgram as a tree), "doc" (help
-    // files), "ins" (kSampleInstaller as a file) or "tampered" (bin changed after signing).
+    // Puts a version 3.1.0 package on stick: "bin" (a program answering "3.1.0", as a tree),
+    // "doc" (help files), "ins" (an installer noting its call, as a file) or "tampered"
+    // (bin changed after signing).
     [[nodiscard]] bool makeSample(const QString& kind, const QString& stick, const QString& bsp) const;
 
 private:

@@ -102,10 +102,8 @@ void DiscoveryTest::collector()
 void DiscoveryTest::sortLikeQt()
 {
     // Written by tests/discovery/qsortgolden/generate.cpp with Qt 5.15's qSort().
-    QFile golden(TestPaths::source(QStringLiteral("tests/discovery/data/qsort-golden.txt")));
-    QVERIFY2(golden.open(QIODevice::ReadOnly | QIODevice::Text), qPrintable(golden.fileName()));
-    while (!golden.atEnd()) {
-        const QStringList parts = QString::fromLatin1(golden.readLine()).trimmed().split('|');
+    for (const QString& line : dataLines(QStringLiteral("discovery/data/qsort-golden.txt"))) {
+        const QStringList parts = line.split('|');
         QList<UpdatePackage> packages;
         for (const QString& record : parts.at(1).split(' ', Qt::SkipEmptyParts)) {
             packages.append(UpdatePackage());
