@@ -34,10 +34,7 @@ void addEntries(const QString& directory, const QStringList& skipped, Snapshot& 
 
 QString escaped(const QByteArray& text)
 {
-    return QString::fromLatin1(text)
-        .replace(QLatin1Char('\n'), QLatin1String("\\n"))
-        .replace(QLatin1Char('\r'), QLatin1String("\\r"))
-        .replace(QLatin1Char('\t'), QLatin1String("\\t"));
+    return QString::fromLatin1(QByteArray(text).replace('\n', "\\n").replace('\r', "\\r").replace('\t', "\\t"));
 }
 
 QByteArray unescaped(const QString& text)
@@ -53,9 +50,7 @@ bool writeEntry(const QString& root, const QString& line)
     const QString value = line.section(separator, 1);
     bool hasMode = false;
     const uint mode = left.section(QLatin1Char(' '), 1).toUInt(&hasMode, 8);
-    QString path = left.section(QLatin1Char(' '), 0, 0);
-    if (!path.startsWith(QLatin1Char('/')))
-        path = root + QLatin1Char('/') + path;
+    const QString path = QDir(root).filePath(left.section(QLatin1Char(' '), 0, 0)); // absolute paths stay
     QDir().mkpath(QFileInfo(path).path());
     if (isLink)
         return QFile::link(value, path);

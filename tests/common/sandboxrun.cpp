@@ -1,31 +1,11 @@
 #include "common/sandboxrun.h"
 
-#include "common/testtools.h"
-
-#include <QProcess>
-
-SandboxRun::SandboxRun(const QString& deviceDirectory)
-    : m_deviceDirectory(deviceDirectory)
+TestTools::ToolResult SandboxRun::run(const QStringList& command, int timeoutMs) const
 {
-}
-
-SandboxRun::Result SandboxRun::run(const QStringList& command, int timeoutMs) const
-{
-    QProcess sandbox;
-    sandbox.start(TestPaths::source("tools/device-sandbox"),
-        QStringList {
-            "--device", m_deviceDirectory, "--ro", TestPaths::source(QString()), "--ro", TestPaths::build(QString()) }
-            + options + QStringList { "--" } + command);
-    Result result;
-    result.finished = sandbox.waitForFinished(timeoutMs);
-    if (!result.finished) {
-        sandbox.kill();
-        sandbox.waitForFinished();
-    }
-    result.exitCode = sandbox.exitStatus() == QProcess::NormalExit ? sandbox.exitCode() : -1;
-    result.standardOutput = sandbox.readAllStandardOutput();
-    result.standardError = sandbox.readAllStandardError();
-    return result;
+    const QStringList arguments { "--device", m_deviceDirectory, "--ro", TestPaths::source(QString()), "--ro",
+        TestPaths::build(QString()) };
+    return TestTools::runTool(
+        TestPaths::source("tools/device-sandbox"), arguments + options + QStringList { "--" } + command, timeoutMs);
 }
 
 QByteArray SandboxRun::console() const

@@ -33,13 +33,12 @@ void DeviceRunTest::runs()
         const QStringList words = QProcess::splitCommand(row[2]);
         const QString program
             = words[0] == QLatin1String("pkgupdate") ? TestPaths::executable() : QStringLiteral(PLATFORM_PROBE);
-        const SandboxRun::Result result = sandbox.run(QStringList { program } + words.mid(1));
-        transcript
-            += QStringLiteral("== %1\n$ %2\nexit %3\nstdout:\n%4stderr:\n%5console:\n%6calls:\n%7\n")
-                   .arg(row[0], words.join(' '))
-                   .arg(result.finished ? result.exitCode : -1)
-                   .arg(QString::fromLocal8Bit(result.standardOutput), QString::fromLocal8Bit(result.standardError),
-                       QString::fromLocal8Bit(sandbox.console()), (sandbox.calls() << QString()).join('\n'));
+        const TestTools::ToolResult result = sandbox.run(QStringList { program } + words.mid(1));
+        transcript += QStringLiteral("== %1\n$ %2\nexit %3\nstdout:\n%4stderr:\n%5console:\n%6calls:\n%7\n")
+                          .arg(row[0], words.join(' '))
+                          .arg(result.exitCode)
+                          .arg(result.output, result.errors, QString::fromLocal8Bit(sandbox.console()),
+                              (sandbox.calls() << QString()).join('\n'));
     }
     QCOMPARE_GOLDEN("system/data/device-runs.ref", transcript);
 }
