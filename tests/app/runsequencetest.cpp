@@ -52,30 +52,6 @@ private Q_SLOTS:
 
 void RunSequenceTest::runs()
 {
-    struct Row {
-        const char* name;
-        QStringList arguments; // "STICK": a medium holding one program package
-        int loopResult;
-        QString failingMount;
-        QByteArray mouseProtocol;
-    };
-    const QList<Row> rows {
-        { "Quit restarts the application", { "-qws", "STICK" }, 1, "", "" },
-        { "new installer started on the same path", { "update", "STICK" }, 2, "", "LinuxInput:/dev/input/event1" },
-        { "program installed: reboot", { "STICK", "-qws" }, 3, "", "tslib LinuxInput Tslib:/dev/ts" },
-        { "loop result 0 leaves the application stopped", { "-v", "STICK" }, 0, "", "  TSLIB  " },
-        { "loop result 4 is the exit status", { "-qws", "STICK" }, 4, "", "mytslibdriver" },
-        { "RAM disk not enlarged: no window", { "-qws", "STICK" }, 1, "enlarge", "" },
-        { "RAM disk not shrunk: no reboot", { "-qws", "STICK" }, 3, "shrink", "" },
-        { "RAM disk not shrunk: no restart", { "-qws", "STICK" }, 1, "shrink", "" },
-        { "last path counts", { "/a", "/b" }, 1, "", "" },
-        { "-v among two is ignored", { "/a", "-v" }, 1, "", "" },
-        { "-S among two is a path", { "-qws", "-S" }, 1, "", "" },
-        { "no path", { "-qws", "-v" }, 1, "", "" },
-        { "no argument", {}, 1, "", "" },
-        { "-qws alone", { "-qws" }, 1, "", "" },
-        { "-s is not -S", { "-s" }, 1, "", "" },
-    };
     QTemporaryDir work;
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(work.path())); // else Qt warns about it
     qputenv("QT_QPA_GENERIC_PLUGINS", "none"); // the touch input is the panel start's matter
@@ -89,27 +65,28 @@ void RunSequenceTest::runs()
                              .arg(device.installerVersion.toString())
                              .arg(device.programStartMs)
                              .arg(device.programFinishMs);
-    for (const Row& row : rows) {
+    for (const QString& line : TestTools::dataLines(QStringLiteral("app/data/runs.txt"))) {
+        const QStringList row = line.split(QStringLiteral(" | "));
         CLeavingSystem system(work.filePath(QStringLiteral("share/")), work.filePath(QStringLiteral("tmp")));
-        system.loopResult = row.loopResult;
-        system.failingMount = row.failingMount;
+        system.loopResult = row[2].toInt();
+        system.failingMount = row[3];
         CUpdateCollector collector(6, device);
         CWorker worker(system);
         QByteArrayList arguments { "pkgupdate" };
-        for (const QString& argument : row.arguments)
+        for (const QString& argument : row[1].split(QLatin1Char(' '), Qt::SkipEmptyParts))
             arguments << (argument == QLatin1String("STICK") ? stick : argument).toLocal8Bit();
         QVector<char*> argv;
         for (QByteArray& argument : arguments)
             argv << argument.data();
         int argc = argv.size();
-        qputenv("QWS_MOUSE_PROTO", row.mouseProtocol);
+        qputenv("QWS_MOUSE_PROTO", row[4].mid(1).chopped(1).toLocal8Bit());
         const TestTools::CDiagnosticsRecorder console;
 
         const int status = runInstaller(
             argc, argv.data(), { system, collector, worker, CVersion(2, 0, 0, false), CVersion("34725"), QString() });
 
         transcript += QStringLiteral("\n== %1\npkgupdate %2\nexit %3\ncalls: %4\nconsole:\n%5\n")
-                          .arg(QLatin1String(row.name), row.arguments.join(QLatin1Char(' ')))
+                          .arg(row[0], row[1])
                           .arg(status)
                           .arg(system.calls.join(QStringLiteral(" | ")),
                               console.lines().filter(QRegularExpression("^(?!This plugin|No such plugin)")).join('\n'))

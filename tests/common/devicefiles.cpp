@@ -1,6 +1,5 @@
 #include "common/devicefiles.h"
 
-#include "common/testpaths.h"
 #include "common/testtools.h"
 
 #include <QDir>
@@ -33,23 +32,9 @@ void addEntries(const QString& directory, const QStringList& skipped, Snapshot& 
 
 } // namespace
 
-QStringList dataLines(const QString& name)
-{
-    QStringList lines;
-    const QString text = QString::fromUtf8(TestTools::readFile(TestPaths::source(QStringLiteral("tests/") + name)));
-    for (const QString& line : text.split(QLatin1Char('\n'))) {
-        if (!line.isEmpty() && !line.startsWith(QLatin1Char('#')))
-            lines << line;
-    }
-    return lines;
-}
-
 QString escaped(const QByteArray& text)
 {
-    return QString::fromLatin1(text)
-        .replace(QLatin1Char('\n'), QLatin1String("\\n"))
-        .replace(QLatin1Char('\r'), QLatin1String("\\r"))
-        .replace(QLatin1Char('\t'), QLatin1String("\\t"));
+    return QString::fromLatin1(QByteArray(text).replace('\n', "\\n").replace('\r', "\\r").replace('\t', "\\t"));
 }
 
 QByteArray unescaped(const QString& text)
@@ -65,21 +50,23 @@ bool writeEntry(const QString& root, const QString& line)
     const QString value = line.section(separator, 1);
     bool hasMode = false;
     const uint mode = left.section(QLatin1Char(' '), 1).toUInt(&hasMode, 8);
-    QString path = left.section(QLatin1Char(' '), 0, 0);
-    if (!path.startsWith(QLatin1Char('/')))
-        path = root + QLatin1Char('/') + path;
+    const QString path = QDir(root).filePath(left.section(QLatin1Char(' '), 0, 0)); // absolute paths stay
     QDir().mkpath(QFileInfo(path).path());
     if (isLink)
         return QFile::link(value, path);
     return TestTools::writeFile(path, unescaped(value)) && (!hasMode || ::chmod(QFile::encodeName(path), mode) == 0);
 }
 
-Snapshot snapshot()
+Snapshot snapshot(const QString& directory)
 {
+    Snapshot entries;
+    if (!directory.isEmpty()) {
+        addEntries(directory, {}, entries);
+        return entries;
+    }
     const QStringList skipped { QStringLiteral("/proc"), QStringLiteral("/dev"), QStringLiteral("/sys"),
         QStringLiteral("/tmp"), QStringLiteral("/usr"),
         QLatin1Char('/') + TestPaths::source(QString()).section(QLatin1Char('/'), 1, 1) };
-    Snapshot entries;
     addEntries(QStringLiteral("/"), skipped, entries);
     addEntries(QStringLiteral("/usr/local"), skipped, entries);
     return entries;

@@ -9,10 +9,6 @@
 // them before and after a run.
 namespace DeviceFiles {
 
-// The lines of a data file given relative to tests/ ("install/data/x.txt"),
-// without empty lines and "#" comments.
-QStringList dataLines(const QString& name);
-
 // Text with line ends and tabs written as "\n", "\r" and "\t", and back.
 QString escaped(const QByteArray& text);
 QByteArray unescaped(const QString& text);
@@ -23,10 +19,11 @@ QByteArray unescaped(const QString& text);
 bool writeEntry(const QString& root, const QString& line);
 
 // Path to "directory <mode>", "file <mode> '<content>'" or "link -> <target>" for
-// every entry of the device's own file system: not /proc, /dev, /sys, /tmp, nor
-// what the sandbox shows read-only (/usr but for /usr/local, the source tree).
+// every entry below directory or, without one, of the device's own file system: not
+// /proc, /dev, /sys, /tmp, nor what the sandbox shows read-only (/usr but for
+// /usr/local, the source tree).
 using Snapshot = QMap<QString, QString>;
-Snapshot snapshot();
+Snapshot snapshot(const QString& directory = QString());
 
 // One "added", "changed" or "removed" line per entry that differs.
 QString difference(const Snapshot& before, const Snapshot& after);

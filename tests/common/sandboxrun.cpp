@@ -1,58 +1,20 @@
 #include "common/sandboxrun.h"
 
-#include "common/testpaths.h"
-
-#include <QFile>
-#include <QProcess>
-
-namespace {
-
-QByteArray readAll(const QString& path)
+TestTools::ToolResult SandboxRun::run(const QStringList& command, int timeoutMs) const
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
-SandboxRun::SandboxRun(const QString& deviceDirectory)
-    : m_deviceDirectory(deviceDirectory)
-{
-}
-
-SandboxRun::Result SandboxRun::run(const QStringList& command, int timeoutMs) const
-{
-    QStringList arguments{QStringLiteral("--device"), m_deviceDirectory,
-                          QStringLiteral("--ro"),     TestPaths::source(QString()),
-                          QStringLiteral("--ro"),     TestPaths::build(QString())};
-    arguments << options << QStringLiteral("--") << command;
-
-    QProcess sandbox;
-    sandbox.start(TestPaths::sandbox(), arguments);
-    Result result;
-    result.finished = sandbox.waitForFinished(timeoutMs);
-    if (!result.finished) {
-        sandbox.kill();
-        sandbox.waitForFinished();
-    }
-    result.exitCode = sandbox.exitStatus() == QProcess::NormalExit ? sandbox.exitCode() : -1;
-    result.standardOutput = sandbox.readAllStandardOutput();
-    result.standardError = sandbox.readAllStandardError();
-    return result;
-}
-
-QString SandboxRun::hostPath(const QString& devicePath) const
-{
-    return m_deviceDirectory + QStringLiteral("/root") + devicePath;
+    const QStringList arguments { "--device", m_deviceDirectory, "--ro", TestPaths::source(QString()), "--ro",
+        TestPaths::build(QString()) };
+    return TestTools::runTool(
+        TestPaths::source("tools/device-sandbox"), arguments + options + QStringList { "--" } + command, timeoutMs);
 }
 
 QByteArray SandboxRun::console() const
 {
-    return readAll(m_deviceDirectory + QStringLiteral("/console"));
+    return TestTools::readFile(m_deviceDirectory + "/console", {});
 }
 
 QStringList SandboxRun::calls() const
 {
-    const QString text = QString::fromLocal8Bit(readAll(hostPath(QStringLiteral("/var/log/device-calls.log"))));
-    return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QByteArray log = TestTools::readFile(m_deviceDirectory + "/root/var/log/device-calls.log", {});
+    return QString::fromLocal8Bit(log).split('\n', Qt::SkipEmptyParts);
 }

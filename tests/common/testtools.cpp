@@ -1,11 +1,9 @@
 #include "common/testtools.h"
 
-#include "common/testpaths.h"
-
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QStandardPaths>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <unistd.h>
@@ -25,14 +23,20 @@ bool writeFile(const QString& path, const QByteArray& content, QFile::Permission
 bool writeScript(const QString& path, const QByteArray& body)
 {
     return writeFile(path, "#!/bin/sh\n" + body + '\n',
-        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup
-            | QFile::ReadOther | QFile::ExeOther);
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
+            | QFile::ExeOther);
 }
 
-QByteArray readFile(const QString& path)
+QByteArray readFile(const QString& path, const QByteArray& missing)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : missing;
+}
+
+QStringList dataLines(const QString& name)
+{
+    const QStringList lines = QString::fromUtf8(readFile(TestPaths::source("tests/" + name))).split('\n');
+    return lines.filter(QRegularExpression("^[^#]"));
 }
 
 QString readLink(const QString& path)
@@ -59,15 +63,6 @@ ToolResult runTool(const QString& program, const QStringList& arguments, int tim
     return result;
 }
 
-QString missingTool(const QStringList& tools)
-{
-    for (const QString& tool : tools) {
-        if (QStandardPaths::findExecutable(tool).isEmpty())
-            return tool;
-    }
-    return QString();
-}
-
 CPackageMaker::CPackageMaker(const QString& directory)
     : m_keys(directory + QStringLiteral("/keys"))
 {
@@ -85,15 +80,6 @@ QString CPackageMaker::make(const QString& mode, const QString& out, const QStri
     return made.exitCode == 0 ? made.output.trimmed() : QString();
 }
 
-bool CPackageMaker::sign(const QString& archive) const
-{
-    return runTool(QStringLiteral("openssl"),
-               { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), privateKey(),
-                   QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive })
-               .exitCode
-        == 0;
-}
-
 bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const QString& bsp) const
 {
     const QTemporaryDir source;
@@ -103,40 +89,19 @@ bool CPackageMaker::makeSample(const QString& kind, const QString& stick, const 
         return !make(QStringLiteral("tree"), stick, QStringList { "--name", "doc" } + arguments).isEmpty();
     }
     if (kind == QLatin1String("ins")) {
-        writeScript(source.filePath(QStringLiteral("pkgupdate")), kSampleInstaller.mid(10).chopped(1));
-        return !make(QStringLiteral("files"), stick,
-            QStringList { "--name", "ins" } + arguments.mid(0, 4) + QStringList { source.filePath("pkgupdate=/usr/local/bin") })
-                    .isEmpty();
+        writeScript(source.filePath("pkgupdate"),
+            "echo \"/usr/local/bin/pkgupdate $* (the new one)\" >>/var/log/device-calls.log");
+        const QStringList files = arguments.mid(0, 4) << source.filePath("pkgupdate=/usr/local/bin");
+        return !make(QStringLiteral("files"), stick, QStringList { "--name", "ins" } + files).isEmpty();
     }
-    writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), kSampleProgram.mid(10).chopped(1));
+    writeScript(source.filePath(QStringLiteral("usr/local/bin/corvane")), "echo 3.1.0");
     QFile archive(make(QStringLiteral("tree"), stick, QStringList { "--name", "bin" } + arguments));
     if (kind == QLatin1String("tampered"))
         return archive.open(QIODevice::Append) && archive.write("tampered") == 8;
     return archive.exists();
 }
 
-CPathOverride::CPathOverride(const QString& directory, bool only)
-    : m_oldPath(qgetenv("PATH"))
-{
-    qputenv("PATH", only ? QFile::encodeName(directory) : QFile::encodeName(directory) + ':' + m_oldPath);
-}
-
-CPathOverride::~CPathOverride() { qputenv("PATH", m_oldPath); }
-
-CConsoleWatch::CConsoleWatch()
-    : m_start(QFileInfo(QStringLiteral("/dev/console")).size())
-{
-}
-
-QByteArray CConsoleWatch::written() const { return readFile(QStringLiteral("/dev/console")).mid(int(m_start)); }
-
-namespace {
-
-QStringList s_lines;
-QtMessageHandler s_previous = nullptr;
-bool s_withDebug = false;
-
-void recordMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+void CDiagnosticsRecorder::record(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (type == QtDebugMsg && s_withDebug)
         s_lines << QStringLiteral("debug: ") + text;
@@ -148,17 +113,11 @@ void recordMessage(QtMsgType type, const QMessageLogContext& context, const QStr
         s_previous(type, context, text);
 }
 
-} // namespace
-
 CDiagnosticsRecorder::CDiagnosticsRecorder(bool withDebug)
 {
     s_lines.clear();
     s_withDebug = withDebug;
-    s_previous = qInstallMessageHandler(recordMessage);
+    s_previous = qInstallMessageHandler(record);
 }
-
-CDiagnosticsRecorder::~CDiagnosticsRecorder() { qInstallMessageHandler(s_previous); }
-
-const QStringList& CDiagnosticsRecorder::lines() const { return s_lines; }
 
 } // namespace TestTools

@@ -5,15 +5,35 @@
 #include <QString>
 #include <QStringList>
 
+// Where the tests find the project's files: a file of the source or the build tree, given
+// relative to its top ("tools/make-package"), and the installer executable.
+namespace TestPaths {
+inline QString source(const QString& relative)
+{
+    return QStringLiteral(PKGUPDATE_SOURCE_DIR "/") + relative;
+}
+inline QString build(const QString& relative)
+{
+    return QStringLiteral(PKGUPDATE_BINARY_DIR "/") + relative;
+}
+inline QString executable()
+{
+    return QStringLiteral(PKGUPDATE_EXECUTABLE);
+}
+} // namespace TestPaths
+
 // File, process and package helpers shared by the tests.
 namespace TestTools {
 
 // Writes content to path, creating missing directories; sets permissions when given.
 bool writeFile(const QString& path, const QByteArray& content, QFile::Permissions permissions = {});
+// The lines of a data file given relative to tests/ ("install/data/x.txt"),
+// without empty lines and "#" comments.
+QStringList dataLines(const QString& name);
 // Writes an executable shell script running body.
 bool writeScript(const QString& path, const QByteArray& body);
-// The whole file, or "<missing>" when it cannot be read.
-QByteArray readFile(const QString& path);
+// The whole file, or missing when it cannot be read.
+QByteArray readFile(const QString& path, const QByteArray& missing = "<missing>");
 // The target of a symbolic link as written; empty for anything else.
 QString readLink(const QString& path);
 
@@ -24,13 +44,6 @@ struct ToolResult {
 };
 // Runs program with arguments and waits for its end.
 ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000);
-// The first of tools not found on PATH; empty when all are there.
-QString missingTool(const QStringList& tools);
-
-// The new program and installer that sample packages install.
-inline const QByteArray kSampleProgram = "#!/bin/sh\necho 3.1.0\n";
-inline const QByteArray kSampleInstaller
-    = "#!/bin/sh\necho \"/usr/local/bin/pkgupdate $* (the new one)\" >>/var/log/device-calls.log\n";
 
 // Signed packages made by tools/make-package with a key pair of its own.
 class CPackageMaker {
@@ -42,37 +55,14 @@ public:
     [[nodiscard]] QString publicKey() const { return m_keys + QStringLiteral("/public.pem"); }
     // "make-package MODE --key KEY --out OUT ARGUMENTS..."; the archive's path, empty on failure.
     [[nodiscard]] QString make(const QString& mode, const QString& out, const QStringList& arguments) const;
-    // Signs archive again, as make-package does.
-    [[nodiscard]] bool sign(const QString& archive) const;
-    // Puts a version 3.1.0 package on stick: "bin" (kSampleProgram as a tree), "doc" (help
-    // files), "ins" (kSampleInstaller as a file) or "tampered" (bin changed after signing).
+    // Puts a version 3.1.0 package on stick: "bin" (a program answering "3.1.0", as a tree),
+    // "doc" (help files), "ins" (an installer noting its call, as a file) or "tampered"
+    // (bin changed after signing).
     [[nodiscard]] bool makeSample(const QString& kind, const QString& stick, const QString& bsp) const;
 
 private:
     QString m_keys;
     bool m_valid = false;
-};
-
-// Puts a directory first on PATH (or makes it the whole PATH) while it exists.
-class CPathOverride {
-public:
-    explicit CPathOverride(const QString& directory, bool only = false);
-    ~CPathOverride();
-    CPathOverride(const CPathOverride&) = delete;
-    CPathOverride& operator=(const CPathOverride&) = delete;
-
-private:
-    QByteArray m_oldPath;
-};
-
-// What is written to the device's console from its construction on.
-class CConsoleWatch {
-public:
-    CConsoleWatch();
-    [[nodiscard]] QByteArray written() const;
-
-private:
-    qint64 m_start;
 };
 
 // Records warning lines, and critical lines with the console's "??? " prefix,
@@ -81,11 +71,17 @@ private:
 class CDiagnosticsRecorder {
 public:
     explicit CDiagnosticsRecorder(bool withDebug = false);
-    ~CDiagnosticsRecorder();
+    ~CDiagnosticsRecorder() { qInstallMessageHandler(s_previous); }
     CDiagnosticsRecorder(const CDiagnosticsRecorder&) = delete;
     CDiagnosticsRecorder& operator=(const CDiagnosticsRecorder&) = delete;
 
-    [[nodiscard]] const QStringList& lines() const;
+    [[nodiscard]] const QStringList& lines() const { return s_lines; }
+
+private:
+    static void record(QtMsgType type, const QMessageLogContext& context, const QString& text);
+    static inline QStringList s_lines;
+    static inline QtMessageHandler s_previous = nullptr;
+    static inline bool s_withDebug = false;
 };
 
 } // namespace TestTools

@@ -19,28 +19,22 @@ QString quoted(QString text)
 // The widget's place in the layout (searched through nested layouts) that holds it.
 QString placement(const QWidget* widget, const QLayout* layout)
 {
-    for (int i = 0; layout && i < layout->count(); ++i) {
-        QLayoutItem* item = layout->itemAt(i);
-        if (item->layout()) {
-            const QString inner = placement(widget, item->layout());
-            if (!inner.isEmpty())
-                return inner;
-        }
-        if (item->widget() != widget)
-            continue;
-        QString text;
-        int row = 0, column = 0, rows = 0, columns = 0;
-        if (const auto* grid = qobject_cast<const QGridLayout*>(layout)) {
-            grid->getItemPosition(i, &row, &column, &rows, &columns);
-            text = QStringLiteral(" cell %1,%2 span %3x%4").arg(row).arg(column).arg(rows).arg(columns);
-        } else if (const auto* box = qobject_cast<const QBoxLayout*>(layout); box && box->stretch(i)) {
-            text = QStringLiteral(" stretch %1").arg(box->stretch(i));
-        }
-        if (item->alignment())
-            text += QStringLiteral(" align 0x%1").arg(int(item->alignment()), 0, 16);
-        return text;
+    const int i = layout ? layout->indexOf(const_cast<QWidget*>(widget)) : -1; // Qt 5 takes no const
+    for (int inner = 0; layout && i < 0 && inner < layout->count(); ++inner) {
+        if (const QString text = placement(widget, layout->itemAt(inner)->layout()); !text.isEmpty())
+            return text;
     }
-    return {};
+    QString text;
+    int row = 0, column = 0, rows = 0, columns = 0;
+    if (const auto* grid = qobject_cast<const QGridLayout*>(layout); grid && i >= 0) {
+        grid->getItemPosition(i, &row, &column, &rows, &columns);
+        text = QStringLiteral(" cell %1,%2 span %3x%4").arg(row).arg(column).arg(rows).arg(columns);
+    } else if (const auto* box = qobject_cast<const QBoxLayout*>(layout); box && i >= 0 && box->stretch(i)) {
+        text = QStringLiteral(" stretch %1").arg(box->stretch(i));
+    }
+    if (i >= 0 && layout->itemAt(i)->alignment())
+        text += QStringLiteral(" align 0x%1").arg(int(layout->itemAt(i)->alignment()), 0, 16);
+    return text;
 }
 
 QString buttonText(const QAbstractButton* button)

@@ -5,7 +5,6 @@
 
 #include "common/devicefiles.h"
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "discovery/cupdatecollector.h"
 
@@ -33,7 +32,7 @@ void DiscoveryTest::versions()
 {
     QString text;
     const QRegularExpression quoted(QStringLiteral("'([^']*)'"));
-    for (const QString& line : DeviceFiles::dataLines(QStringLiteral("discovery/data/versions.txt"))) {
+    for (const QString& line : dataLines(QStringLiteral("discovery/data/versions.txt"))) {
         QStringList texts;
         for (auto match = quoted.globalMatch(line); match.hasNext();)
             texts << QString::fromLatin1(DeviceFiles::unescaped(match.next().captured(1)));
@@ -63,7 +62,7 @@ void DiscoveryTest::collector()
     int maxCount = 0;
     int stick = 0;
     QString text;
-    for (const QString& line : DeviceFiles::dataLines(QStringLiteral("discovery/data/collector.txt"))) {
+    for (const QString& line : dataLines(QStringLiteral("discovery/data/collector.txt"))) {
         const QString word = line.section(' ', 0, 0);
         const QString rest = line.section(' ', 1);
         const QString medium = m_dir.filePath(QStringLiteral("stick%1/").arg(stick));
@@ -103,10 +102,8 @@ void DiscoveryTest::collector()
 void DiscoveryTest::sortLikeQt()
 {
     // Written by tests/discovery/qsortgolden/generate.cpp with Qt 5.15's qSort().
-    QFile golden(TestPaths::source(QStringLiteral("tests/discovery/data/qsort-golden.txt")));
-    QVERIFY2(golden.open(QIODevice::ReadOnly | QIODevice::Text), qPrintable(golden.fileName()));
-    while (!golden.atEnd()) {
-        const QStringList parts = QString::fromLatin1(golden.readLine()).trimmed().split('|');
+    for (const QString& line : dataLines(QStringLiteral("discovery/data/qsort-golden.txt"))) {
+        const QStringList parts = line.split('|');
         QList<UpdatePackage> packages;
         for (const QString& record : parts.at(1).split(' ', Qt::SkipEmptyParts)) {
             packages.append(UpdatePackage());

@@ -94,13 +94,8 @@ private Q_SLOTS:
         writeFile(m_work.filePath(QStringLiteral("UPDATE.CONF")), "BSP = " + QByteArray(4 << 20, 'x'));
         const QStringList common { "--version", "3.1.0", "--bsp", "1.36.0", m_work.filePath(QStringLiteral("tree")) };
         QString transcript;
-        // The room left on the flash in kB (0: all it has), then make-package options.
-        for (const char* testCase : { "0 --name doc --delete /", "0 --name doc --delete .",
-                 "0 --name doc --delete /usr/local", "0 --name doc --delete /usr/local/bin",
-                 "0 --name doc --delete /share-link", "0 --name doc --delete /usr/local/share/corvane/help/..",
-                 "0 --name doc --delete /usr/local/share/corvane/help", "0 --name doc --conf WORK/UPDATE.CONF",
-                 "0 --name doc", "0 --name bin", "512 --name doc", "8 --name bin" }) {
-            const QStringList row = QString::fromLatin1(testCase).replace("WORK", m_work.path()).split(' ');
+        for (const QString& testCase : dataLines("install/data/installsafety.txt")) {
+            const QStringList row = QString(testCase).replace("WORK", m_work.path()).split(' ');
             const QString archive = m_maker.make("tree", m_work.filePath("stick"), row.mid(1) + common);
             resetDevice();
             const qint64 filler = QStorageInfo(QStringLiteral("/usr/local")).bytesAvailable() - row[0].toInt() * 1024;

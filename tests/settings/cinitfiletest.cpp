@@ -1,6 +1,5 @@
 #include "settings/cinitfile.h"
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 
 #include <QDir>

@@ -1,5 +1,4 @@
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "settings/clanguagedlg.h"
 

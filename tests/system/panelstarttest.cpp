@@ -5,7 +5,6 @@
 // (QT_QPA_EVDEV_KEYBOARD_PARAMETERS) shows whether the platform's own input was on.
 #include "common/golden.h"
 #include "common/sandboxrun.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 
 #include <QProcess>

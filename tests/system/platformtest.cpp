@@ -4,22 +4,19 @@
 // started by name is a wrapper, the whole PATH, that notes its call in the
 // device's call log and runs the real tool or a body of its own (a crash, a hang
 // past the budget), or is left out for a failed start.
+#include "common/devicefiles.h"
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "system/csystem_vesta.h"
 #include "system/removetree.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
 #include <QThread>
 
 #include <memory>
-
-#include <sys/stat.h>
 
 using namespace TestTools;
 
@@ -39,25 +36,14 @@ QString outcome(bool result, const QString& error = QStringLiteral("-"))
                                        : ", error \"" + error + '"');
 }
 
-// A line per entry below dir: path, then "/" for a directory, the target of a
-// link, or the mode and size of a file.
+// A line per entry below dir: its path and what DeviceFiles::snapshot notes of it.
 QString tree(const QString& dir)
 {
-    QStringList lines;
-    QDirIterator it(
-        dir, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QFileInfo entry(it.next());
-        struct stat status { };
-        lstat(QFile::encodeName(entry.filePath()).constData(), &status);
-        const QString path = "\n  " + entry.filePath().mid(dir.size() + 1);
-        lines << (entry.isSymLink() ? path + " -> " + readLink(entry.filePath())
-                : entry.isDir()
-                ? path + '/'
-                : path + QStringLiteral(" %1 %2 bytes").arg(status.st_mode & 0777, 0, 8).arg(entry.size()));
-    }
-    lines.sort();
-    return lines.join(QString());
+    QString text;
+    const DeviceFiles::Snapshot entries = DeviceFiles::snapshot(dir);
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+        text += "\n  " + entry.key().mid(dir.size() + 1) + ' ' + entry.value();
+    return text;
 }
 
 // A clean scratch and unpack directory, then the entries of argument ("d:dir",
@@ -146,7 +132,7 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
     for (const QString& program : removed)
         QFile::rename(program, program + ".off");
     writeFile(kCallLog, QByteArray());
-    const CConsoleWatch console;
+    const qint64 consoleStart = QFileInfo(QStringLiteral("/dev/console")).size();
     QElapsedTimer clock;
     clock.start();
 
@@ -162,7 +148,8 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
         QThread::msleep(50);
     return QStringLiteral("%1%2\nconsole: %3\ncalls:\n%4")
         .arg(result, QLatin1String(slow ? " (slow)" : ""),
-            QString::fromLocal8Bit(console.written()).replace('\n', " | "), QString::fromLocal8Bit(readFile(kCallLog)));
+            QString::fromLocal8Bit(readFile("/dev/console").mid(consoleStart)).replace('\n', " | "),
+            QString::fromLocal8Bit(readFile(kCallLog)));
 }
 
 } // namespace
@@ -192,11 +179,9 @@ void PlatformTest::operations()
                                            "(empty %d ms, 20 MiB %d ms), pause %d ms\n",
         defaults.startMs, defaults.verifyMs, defaults.unpackBaseMs, defaults.unpackBytesPerMs,
         defaults.unpackBudgetMs(0), defaults.unpackBudgetMs(20 << 20), defaults.prepareSleepMs);
-    const QString rows = QString::fromUtf8(readFile(TestPaths::source("tests/system/data/platform-rows.txt")));
-    for (const QString& row : rows.split('\n', Qt::SkipEmptyParts)) {
+    for (const QString& row : dataLines("system/data/platform-rows.txt")) {
         const QStringList fields = row.split(QStringLiteral(" | "));
-        if (!row.startsWith('#'))
-            transcript += "\n== " + fields[0] + '\n' + perform(*system, fields.value(1), fields.mid(2));
+        transcript += "\n== " + fields[0] + '\n' + perform(*system, fields.value(1), fields.mid(2));
     }
     // openssl's own error lines, without thread number and source line.
     transcript.replace(QRegularExpression("[0-9A-F]{8,}:error:[0-9A-F]{8}:"), QStringLiteral("error:"));

@@ -4,7 +4,6 @@
 // the device gained, changed or lost, the installer's output, console lines, the
 // calls of the device's programs and its next step, against golden transcripts.
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 
 #include <QDir>

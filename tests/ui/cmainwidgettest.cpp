@@ -1,7 +1,6 @@
 #include "ui/cmainwidget.h"
 #include "common/fakesystem.h"
 #include "common/golden.h"
-#include "common/testpaths.h"
 #include "common/testtools.h"
 #include "common/widgetdump.h"
 #include "install/cworker.h"
@@ -18,18 +17,6 @@
 #include <utility>
 
 namespace {
-
-QString* g_transcript = nullptr; // of the running session
-QtMessageHandler g_previousHandler = nullptr;
-
-// Keeps the window's own debug lines in the transcript; the worker's are left to its tests.
-void recordWindowLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    if (text.startsWith(QLatin1String("sl_")) || text.startsWith(QLatin1String("  Load Translation")))
-        *g_transcript += "debug " + text + '\n';
-    else
-        g_previousHandler(type, context, text);
-}
 
 // Runs action in the application's event loop; the code the loop was ended with,
 // or "window stays" when action did not end it.
@@ -70,8 +57,6 @@ public:
                 log("-- window during the installation\n" + WidgetDump::tree(window.get()));
             log("message " + text);
         });
-        g_transcript = &m_transcript;
-        g_previousHandler = qInstallMessageHandler(recordWindowLine);
         QObject::connect(&m_modalPoll, &QTimer::timeout, [this] { closeModal(); });
         m_modalPoll.start(10);
     }
@@ -126,7 +111,6 @@ public:
     {
         log("installer.ini while open: " + TestTools::readFile(iniPath()));
         window.reset();
-        qInstallMessageHandler(g_previousHandler);
         log("installer.ini after: " + TestTools::readFile(iniPath()));
         return m_transcript.replace(m_dir.path(), QLatin1String("<dir>"));
     }
@@ -137,7 +121,17 @@ public:
 
 private:
     QString iniPath() const { return system.shareDir + QStringLiteral("installer.ini"); }
-    void log(const QString& text) { m_transcript += text + (text.endsWith(QLatin1Char('\n')) ? "" : "\n"); }
+    // Adds the window's own debug lines written since the last entry, then text; the
+    // worker's lines are left to its tests.
+    void log(const QString& text)
+    {
+        for (const QString& line : m_diagnostics.lines().mid(std::exchange(m_logged, m_diagnostics.lines().size()))) {
+            if (line.startsWith(QLatin1String("debug: sl_"))
+                || line.startsWith(QLatin1String("debug:   Load Translation")))
+                m_transcript += "debug " + line.mid(7) + '\n';
+        }
+        m_transcript += text + (text.endsWith(QLatin1Char('\n')) ? "" : "\n");
+    }
 
     // Dumps the modal window shown, then closes it: boxes with OK, the language
     // dialog with the chosen flag or its cancel button.
@@ -153,6 +147,8 @@ private:
             modal->findChild<QAbstractButton*>(m_choice)->click();
     }
 
+    const TestTools::CDiagnosticsRecorder m_diagnostics { true };
+    int m_logged = 0;
     QTimer m_modalPoll;
     bool m_installStarting = false;
     QString m_choice;
@@ -175,11 +171,8 @@ private Q_SLOTS:
 void CMainWidgetTest::session_data()
 {
     QTest::addColumn<QStringList>("field");
-    const QString sessions = TestTools::readFile(TestPaths::source(QStringLiteral("tests/ui/data/sessions.txt")));
-    for (const QString& line : sessions.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        if (!line.startsWith(QLatin1Char('#')))
-            QTest::newRow(qPrintable(line.section(QLatin1Char(' '), 0, 0))) << line.split(QStringLiteral(" | "));
-    }
+    for (const QString& line : TestTools::dataLines(QStringLiteral("ui/data/sessions.txt")))
+        QTest::newRow(qPrintable(line.section(QLatin1Char(' '), 0, 0))) << line.split(QStringLiteral(" | "));
 }
 
 void CMainWidgetTest::session()
