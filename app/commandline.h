@@ -4,14 +4,13 @@
 #include <QStringList>
 
 // What the installer's command line asks for.
-struct CommandLine
-{
+struct CommandLine {
     enum Action {
-        MissingArgument,  // no argument: exit 2
-        PrintVersion,     // "-v" alone: print the version, exit 0
-        PrintBuild,       // "-S" alone: print the build, exit 0
+        MissingArgument, // no argument: exit 2
+        PrintVersion, // "-v" alone: print the version, exit 0
+        PrintBuild, // "-S" alone: print the build, exit 0
         UnknownParameter, // any other single argument: exit 3
-        UpdateRun,        // two or more arguments
+        UpdateRun, // two or more arguments
     };
 
     Action action = MissingArgument;

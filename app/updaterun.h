@@ -9,8 +9,7 @@ class CVersion;
 class CWorker;
 
 // The process-wide objects that one run of the installer wires together.
-struct ProcessObjects
-{
+struct ProcessObjects {
     CSystemTemplate& system;
     CUpdateCollector& collector;
     CWorker& worker;

@@ -43,8 +43,7 @@ QList<UpdatePackage> randomPackages(int count, std::mt19937& generator)
     return packages;
 }
 
-struct Row
-{
+struct Row {
     QString name;
     QString baseline;
     double nanoseconds;
@@ -63,7 +62,7 @@ Row sortRow(int size, int rounds)
         QList<UpdatePackage> packages = input;
         std::stable_sort(packages.begin(), packages.end(), packageLessThan);
     });
-    return {QStringLiteral("qtQuickSort, %1 packages").arg(size), QStringLiteral("std::stable_sort"), quick, stable};
+    return { QStringLiteral("qtQuickSort, %1 packages").arg(size), QStringLiteral("std::stable_sort"), quick, stable };
 }
 
 void touch(const QString& path)
@@ -76,8 +75,8 @@ void touch(const QString& path)
 // Six archives with signatures; no program package, so no process is started.
 void fillMedium(const QString& medium)
 {
-    const QStringList names{"ins-2.0.1-BSP-1.36.0", "doc-1.0.0-BSP-1.36.0", "doc-1.1.0-BSP-1.7.0",
-                            "2.0.2-pkg-update", "misc-1.0.0-BSP-1.36.0", "ins-1.9.0-BSP-1.41.0"};
+    const QStringList names { "ins-2.0.1-BSP-1.36.0", "doc-1.0.0-BSP-1.36.0", "doc-1.1.0-BSP-1.7.0", "2.0.2-pkg-update",
+        "misc-1.0.0-BSP-1.36.0", "ins-1.9.0-BSP-1.41.0" };
     for (const QString& name : names) {
         touch(medium + QLatin1Char('/') + name + QStringLiteral(".tar.bz2"));
         touch(medium + QLatin1Char('/') + name + QStringLiteral(".tar.bz2.sha1"));
@@ -95,10 +94,9 @@ Row scanRow(const QTemporaryDir& directory, int rounds)
     touch(environment.helpVersionFile);
     CUpdateCollector collector(6, environment);
     const double scan = nanosecondsPerCall(rounds, [&] { collector.scan(medium); });
-    const double listing = nanosecondsPerCall(rounds, [&medium] {
-        (void)QDir(medium).entryInfoList(QStringList(QStringLiteral("*.tar.bz2")));
-    });
-    return {QStringLiteral("scan, 6-archive medium"), QStringLiteral("QDir listing"), scan, listing};
+    const double listing = nanosecondsPerCall(
+        rounds, [&medium] { (void)QDir(medium).entryInfoList(QStringList(QStringLiteral("*.tar.bz2"))); });
+    return { QStringLiteral("scan, 6-archive medium"), QStringLiteral("QDir listing"), scan, listing };
 }
 
 void printTable(const QList<Row>& rows)

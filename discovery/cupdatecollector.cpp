@@ -17,7 +17,8 @@ CollectorEnvironment deviceCollectorEnvironment(const CSystemTemplate& system)
 }
 
 CUpdateCollector::CUpdateCollector(int count, const CollectorEnvironment& environment)
-    : maxCount(count), m_environment(environment)
+    : maxCount(count)
+    , m_environment(environment)
 {
 }
 

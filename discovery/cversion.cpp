@@ -18,14 +18,24 @@ int fieldValue(const QString& field)
 
 } // namespace
 
-CVersion::CVersion() : major{0}, minor{0}, build{0}, modified{false} {}
-
-CVersion::CVersion(int majorNumber, int minorNumber, int buildNumber, bool isModified)
-    : major{majorNumber}, minor{minorNumber}, build{buildNumber}, modified{isModified}
+CVersion::CVersion()
+    : major { 0 }
+    , minor { 0 }
+    , build { 0 }
+    , modified { false }
 {
 }
 
-CVersion::CVersion(const QString& text) : CVersion()
+CVersion::CVersion(int majorNumber, int minorNumber, int buildNumber, bool isModified)
+    : major { majorNumber }
+    , minor { minorNumber }
+    , build { buildNumber }
+    , modified { isModified }
+{
+}
+
+CVersion::CVersion(const QString& text)
+    : CVersion()
 {
     parse(text);
 }

@@ -11,8 +11,7 @@ class QTextStream;
 //
 // Note: <sys/sysmacros.h> defines function-like macros major() and minor(), so
 // never write major(...) or minor(...) in code that could see it; use braces.
-class CVersion
-{
+class CVersion {
 public:
     // The unknown version (0, 0, 0, not modified).
     CVersion();

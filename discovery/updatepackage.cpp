@@ -66,10 +66,9 @@ QString UpdatePackage::signaturePath() const
 QDebug operator<<(QDebug debug, const UpdatePackage& package)
 {
     QDebugStateSaver saver(debug);
-    debug.nospace() << "UpdatePackage(" << package.name << ", " << package.version
-                    << ", installed " << package.installed << ", bsp " << package.bsp
-                    << ", kind " << package.priority << ", error " << package.error
-                    << ", selected " << package.selected << ')';
+    debug.nospace() << "UpdatePackage(" << package.name << ", " << package.version << ", installed "
+                    << package.installed << ", bsp " << package.bsp << ", kind " << package.priority << ", error "
+                    << package.error << ", selected " << package.selected << ')';
     return debug;
 }
 

@@ -26,8 +26,7 @@ enum PackageError {
 };
 
 // One archive found on the update medium, with what its file name says about it.
-struct UpdatePackage
-{
+struct UpdatePackage {
     UpdatePackage() = default;
     // A fresh record for an archive: name is the complete base name with every
     // ".tar" removed; all other fields have their initial values.

@@ -12,8 +12,7 @@
 // Format: lines trimmed; ";" starts a comment line; lines without "=" ignored; the
 // value is the text between the first and the second "=" (deliberately cut there);
 // a value starting with a double quote loses every double quote.
-class CInitFile
-{
+class CInitFile {
 public:
     explicit CInitFile(const QString& filePath);
     ~CInitFile();

@@ -18,11 +18,11 @@ namespace {
 QList<LanguageEntry> findLanguages()
 {
     QList<LanguageEntry> languages;
-    const QFileInfoList catalogues =
-        QDir(QStringLiteral(":/lang")).entryInfoList({QStringLiteral("*")}, QDir::Files, QDir::Unsorted);
+    const QFileInfoList catalogues
+        = QDir(QStringLiteral(":/lang")).entryInfoList({ QStringLiteral("*") }, QDir::Files, QDir::Unsorted);
     for (const QFileInfo& catalogue : catalogues) {
         const QString name = catalogue.completeBaseName();
-        languages.append({QStringLiteral(":/lang/") + name, QStringLiteral(":/flags/") + name});
+        languages.append({ QStringLiteral(":/lang/") + name, QStringLiteral(":/flags/") + name });
     }
     return languages;
 }

@@ -5,16 +5,14 @@
 #include <QString>
 
 // A language offered by the dialog: a translation catalogue and its flag.
-struct LanguageEntry
-{
+struct LanguageEntry {
     QString catalogue; // ":/lang/<name>"
-    QString flag;      // ":/flags/<name>"
+    QString flag; // ":/flags/<name>"
 };
 
 // Modal dialog with one flag button per catalogue in ":/lang" and a cancel button.
 // exec() returns 1 with selectedLanguage() set when a flag was pressed, else 0.
-class CLanguageDlg : public QDialog
-{
+class CLanguageDlg : public QDialog {
     Q_OBJECT
 
 public:

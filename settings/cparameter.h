@@ -5,8 +5,7 @@
 // The installer's persistent settings in "installer.ini" in the share directory:
 // the user-interface language and the re-run mark. Read at construction, written
 // at destruction if anything was set.
-class CParameter : public CInitFile
-{
+class CParameter : public CInitFile {
 public:
     // shareDirectory ends with a slash; "installer.ini" is appended to it.
     explicit CParameter(const QString& shareDirectory);

@@ -26,8 +26,7 @@ bool startCommandDetached(const QString& command);
 
 // A command run with a start and a finish time-out and captured output.
 // The process, if still running, is killed when this object is destroyed.
-class CWaitedCommand
-{
+class CWaitedCommand {
 public:
     explicit CWaitedCommand(const QString& command);
     ~CWaitedCommand();

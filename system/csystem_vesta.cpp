@@ -46,9 +46,8 @@ QString neverStartedErrorText()
 // without a shell, so "> /dev/console" reaches them as arguments.
 void logUnpackDiagnostics()
 {
-    const char* const commands[] = {"df -h /tmp > /dev/console",
-                                    "ls -kls /tmp/pkgupdate > /dev/console",
-                                    "du -amh  /tmp > /dev/console"};
+    const char* const commands[]
+        = { "df -h /tmp > /dev/console", "ls -kls /tmp/pkgupdate > /dev/console", "du -amh  /tmp > /dev/console" };
     for (const char* command : commands) {
         runCommandSync(QString::fromLatin1(command));
         qDebug();
@@ -147,8 +146,7 @@ bool CSystem_Vesta::PrepareTempDir()
 bool CSystem_Vesta::Mount_Tmpf_Bigger(bool bigger)
 {
     const int sizeMb = bigger ? 140 : 60;
-    const QString command =
-        QStringLiteral("mount -t tmpfs -o remount,size=%1m,mode=1777 tmp /tmp").arg(sizeMb);
+    const QString command = QStringLiteral("mount -t tmpfs -o remount,size=%1m,mode=1777 tmp /tmp").arg(sizeMb);
     QString errorText;
     const int exitCode = runCommandSync(command, &errorText);
     if (exitCode != 0) {
@@ -163,8 +161,8 @@ bool CSystem_Vesta::verifySignature(const QFileInfo& package, QString& error)
     if (!error.isNull())
         error = QString();
     const QString path = package.absoluteFilePath();
-    CWaitedCommand openssl(QStringLiteral("openssl dgst -sha1 -verify %1 -signature %2.sha1 %2")
-                               .arg(UpdateKeyFile(), path));
+    CWaitedCommand openssl(
+        QStringLiteral("openssl dgst -sha1 -verify %1 -signature %2.sha1 %2").arg(UpdateKeyFile(), path));
     QProcess& process = openssl.process();
     if (!openssl.start(m_budgets.startMs)) {
         qCritical("verifySignature() not startet.");
@@ -213,8 +211,8 @@ bool CSystem_Vesta::Unpack(const QFileInfo& package, QString& error)
     // Deliberately lenient: a time-out is no failure by itself; a tar still running
     // reads as exit code 0 and is killed when tar goes out of scope.
     if (!tar.waitForFinished(maxMs)) {
-        qDebug() << "   timeout or error   Status=" << process.exitStatus() << process.error()
-                 << process.exitCode() << process.errorString();
+        qDebug() << "   timeout or error   Status=" << process.exitStatus() << process.error() << process.exitCode()
+                 << process.errorString();
     }
     qDebug() << "Unpack  max=" << maxMs / 1000 << "s  used=" << clock.elapsed() / 1000;
     return judgeUnpack(tar, error);

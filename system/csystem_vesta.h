@@ -6,13 +6,12 @@ class CWaitedCommand;
 
 // Time limits of the platform's commands, in milliseconds. The defaults are the
 // device's; tests lower them to reach the time-out paths in seconds.
-struct SystemBudgets
-{
-    int startMs = 1000;          // any waited command must start within this
-    int verifyMs = 50000;        // openssl signature check
-    int unpackBaseMs = 5000;     // tar: this much plus ...
-    int unpackBytesPerMs = 200;  // ... 1 ms per this many bytes of the package
-    int prepareSleepMs = 1000;   // pause after recreating the unpack directory
+struct SystemBudgets {
+    int startMs = 1000; // any waited command must start within this
+    int verifyMs = 50000; // openssl signature check
+    int unpackBaseMs = 5000; // tar: this much plus ...
+    int unpackBytesPerMs = 200; // ... 1 ms per this many bytes of the package
+    int prepareSleepMs = 1000; // pause after recreating the unpack directory
 
     // The time tar may take for a package of packageBytes bytes.
     [[nodiscard]] int unpackBudgetMs(qint64 packageBytes) const;
@@ -21,8 +20,7 @@ struct SystemBudgets
 // The platform object of the one supported device. Its constructor reads the BSP
 // version, opens /dev/console for diagnostics (ending the process with status 1
 // if it cannot) and installs the console message handler.
-class CSystem_Vesta : public CSystemTemplate
-{
+class CSystem_Vesta : public CSystemTemplate {
 public:
     // Reads the BSP version, opens the console log and installs its message handler.
     CSystem_Vesta();

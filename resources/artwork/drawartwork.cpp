@@ -1,7 +1,6 @@
 // Draws the installer's images (icons, flags, logo) into the resources folder.
 // The PNGs are committed; run this only after changing the drawings:
 //   cmake --build <build> --target drawartwork && <build>/resources/drawartwork <source>/resources
-#include <QtMath>
 #include <QDir>
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -9,6 +8,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextStream>
+#include <QtMath>
 
 #include <functional>
 
@@ -58,7 +58,7 @@ void drawExit(QPainter& painter)
     painter.setPen(QPen(kOutline, 2));
     painter.setBrush(QColor(235, 235, 230));
     painter.drawRect(QRectF(8, 5, 22, 38));
-    QPolygonF door({QPointF(8, 5), QPointF(22, 9), QPointF(22, 46), QPointF(8, 43)});
+    QPolygonF door({ QPointF(8, 5), QPointF(22, 9), QPointF(22, 46), QPointF(8, 43) });
     painter.setBrush(verticalGradient(QRectF(8, 5, 14, 41), QColor(190, 120, 60), QColor(130, 70, 30)));
     painter.drawPolygon(door);
     painter.setBrush(QColor(250, 210, 80));
@@ -142,7 +142,7 @@ void drawUndo(QPainter& painter)
     painter.drawPath(curve);
     painter.setPen(QPen(QColor(80, 150, 230), 5, Qt::SolidLine, Qt::RoundCap));
     painter.drawPath(curve);
-    QPolygonF head({QPointF(3, 18), QPointF(18, 6), QPointF(18, 30)});
+    QPolygonF head({ QPointF(3, 18), QPointF(18, 6), QPointF(18, 30) });
     painter.setPen(QPen(QColor(20, 80, 150), 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(QColor(80, 150, 230));
     painter.drawPolygon(head);
@@ -175,11 +175,11 @@ void drawPackage(QPainter& painter)
     const QPointF bottomLeft(4, 35), bottom(24, 45), bottomRight(44, 35);
     painter.setPen(QPen(QColor(100, 60, 20), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(QColor(235, 190, 120));
-    painter.drawPolygon(QPolygonF({top, right, centre, left}));
+    painter.drawPolygon(QPolygonF({ top, right, centre, left }));
     painter.setBrush(QColor(205, 150, 80));
-    painter.drawPolygon(QPolygonF({left, centre, bottom, bottomLeft}));
+    painter.drawPolygon(QPolygonF({ left, centre, bottom, bottomLeft }));
     painter.setBrush(QColor(175, 120, 60));
-    painter.drawPolygon(QPolygonF({centre, right, bottomRight, bottom}));
+    painter.drawPolygon(QPolygonF({ centre, right, bottomRight, bottom }));
     painter.setPen(QPen(QColor(245, 230, 200), 4));
     painter.drawLine(QPointF(14, 9), QPointF(34, 19));
     painter.drawLine(QPointF(34, 19), QPointF(34, 40));
@@ -216,17 +216,17 @@ void drawStripes(QPainter& painter, const QList<QColor>& colours, Qt::Orientatio
 
 void drawFlagDe(QPainter& painter)
 {
-    drawStripes(painter, {QColor(0, 0, 0), QColor(221, 0, 0), QColor(255, 206, 0)}, Qt::Horizontal);
+    drawStripes(painter, { QColor(0, 0, 0), QColor(221, 0, 0), QColor(255, 206, 0) }, Qt::Horizontal);
 }
 
 void drawFlagFr(QPainter& painter)
 {
-    drawStripes(painter, {QColor(0, 35, 149), Qt::white, QColor(237, 41, 57)}, Qt::Vertical);
+    drawStripes(painter, { QColor(0, 35, 149), Qt::white, QColor(237, 41, 57) }, Qt::Vertical);
 }
 
 void drawFlagPl(QPainter& painter)
 {
-    drawStripes(painter, {Qt::white, QColor(220, 20, 60)}, Qt::Horizontal);
+    drawStripes(painter, { Qt::white, QColor(220, 20, 60) }, Qt::Horizontal);
 }
 
 // A band along the line through (cx, cy) with the given direction, between two
@@ -239,8 +239,8 @@ void drawBand(QPainter& painter, QPointF centre, QPointF direction, qreal from, 
     const QPointF far = unit * 100;
     painter.setPen(Qt::NoPen);
     painter.setBrush(colour);
-    painter.drawPolygon(QPolygonF({centre - far + normal * from, centre + far + normal * from,
-                                   centre + far + normal * to, centre - far + normal * to}));
+    painter.drawPolygon(QPolygonF({ centre - far + normal * from, centre + far + normal * from,
+        centre + far + normal * to, centre - far + normal * to }));
 }
 
 // Union Jack, drawn in a 50 x 30 unit grid: white saltire 6 wide, the red one 2
@@ -259,9 +259,12 @@ void drawFlagEn(QPainter& painter)
     const QColor red(200, 16, 46);
     // Each arm's red stripe lies on the side turned anticlockwise, so the flag is
     // only symmetric under a half turn.
-    const struct { QRectF quadrant; QPointF direction; qreal sign; } arms[] = {
-        {QRectF(0, 0, 25, 15), falling, 1}, {QRectF(25, 15, 25, 15), falling, -1},
-        {QRectF(25, 0, 25, 15), rising, -1}, {QRectF(0, 15, 25, 15), rising, 1}};
+    const struct {
+        QRectF quadrant;
+        QPointF direction;
+        qreal sign;
+    } arms[] = { { QRectF(0, 0, 25, 15), falling, 1 }, { QRectF(25, 15, 25, 15), falling, -1 },
+        { QRectF(25, 0, 25, 15), rising, -1 }, { QRectF(0, 15, 25, 15), rising, 1 } };
     for (const auto& arm : arms) {
         painter.setClipRect(arm.quadrant);
         drawBand(painter, centre, arm.direction, 0, 2 * arm.sign, red);
@@ -284,7 +287,7 @@ void drawLogo(QPainter& painter)
     painter.drawRoundedRect(mark, 28, 28);
     painter.setPen(QPen(Qt::white, 14, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(Qt::NoBrush);
-    painter.drawPolyline(QPolygonF({QPointF(38, 84), QPointF(70, 52), QPointF(102, 84)}));
+    painter.drawPolyline(QPolygonF({ QPointF(38, 84), QPointF(70, 52), QPointF(102, 84) }));
     painter.drawLine(QPointF(40, 106), QPointF(100, 106));
 
     QFont font(QStringLiteral("DejaVu Sans"));
@@ -303,8 +306,7 @@ void drawLogo(QPainter& painter)
     painter.drawText(wordBox, Qt::AlignLeft | Qt::AlignVCenter, word);
 }
 
-struct Artwork
-{
+struct Artwork {
     QString file;
     QSize size;
     std::function<void(QPainter&)> draw;
@@ -333,12 +335,11 @@ int main(int argc, char* argv[])
     }
     const QDir target(QString::fromLocal8Bit(argv[1]));
     const QSize icon(48, 48);
-    const QList<Artwork> artworks = {
-        {"png/run", icon, drawRun}, {"png/exit", icon, drawExit}, {"png/help", icon, drawHelp},
-        {"png/lang", icon, drawLang}, {"png/undo", icon, drawUndo},
-        {"png/window_add.png", icon, drawWindowAdd}, {"png/package", icon, drawPackage},
-        {"png/qel-b", QSize(566, 140), drawLogo}, {"flags/de", icon, drawFlagDe},
-        {"flags/en", icon, drawFlagEn}, {"flags/fr", icon, drawFlagFr}, {"flags/pl", icon, drawFlagPl}};
+    const QList<Artwork> artworks = { { "png/run", icon, drawRun }, { "png/exit", icon, drawExit },
+        { "png/help", icon, drawHelp }, { "png/lang", icon, drawLang }, { "png/undo", icon, drawUndo },
+        { "png/window_add.png", icon, drawWindowAdd }, { "png/package", icon, drawPackage },
+        { "png/qel-b", QSize(566, 140), drawLogo }, { "flags/de", icon, drawFlagDe }, { "flags/en", icon, drawFlagEn },
+        { "flags/fr", icon, drawFlagFr }, { "flags/pl", icon, drawFlagPl } };
     for (const Artwork& artwork : artworks) {
         if (!save(artwork, target)) {
             err << "drawartwork: cannot write " << target.filePath(artwork.file) << "\n";

@@ -22,8 +22,7 @@
 
 namespace {
 
-struct Record
-{
+struct Record {
     int major = 0;
     int minor = 0;
     int build = 0;
@@ -89,9 +88,8 @@ void writeCase(QTextStream& out, const QString& name, QList<Record> list)
 
 QList<Record> ordered(QList<Record> list, bool descending)
 {
-    std::stable_sort(list.begin(), list.end(), [descending](const Record& a, const Record& b) {
-        return descending ? versionLess(b, a) : versionLess(a, b);
-    });
+    std::stable_sort(list.begin(), list.end(),
+        [descending](const Record& a, const Record& b) { return descending ? versionLess(b, a) : versionLess(a, b); });
     return list;
 }
 
