@@ -27,7 +27,11 @@ public:
         QStringList pointers;
         for (; QApplication::overrideCursor(); QApplication::restoreOverrideCursor())
             pointers << (QApplication::overrideCursor()->shape() == Qt::BlankCursor ? "blank" : "other");
-        calls << QStringLiteral("Stop_CV3, pointers: ") + pointers.join(QLatin1Char(' '));
+        const QSize icon = QApplication::windowIcon().availableSizes().value(0);
+        calls << QStringLiteral("Stop_CV3, pointers: %1, window icon %2x%3")
+                     .arg(pointers.join(QLatin1Char(' ')))
+                     .arg(icon.width())
+                     .arg(icon.height());
         QTimer::singleShot(0, [this] { QCoreApplication::exit(loopResult); });
         return true;
     }
@@ -80,17 +84,26 @@ void RunSequenceTest::runs()
             argv << argument.data();
         int argc = argv.size();
         qputenv("QWS_MOUSE_PROTO", row[4].mid(1).chopped(1).toLocal8Bit());
+        // A previous package left in the unpack directory, with a link out of it.
+        QVERIFY(TestTools::writeFile(work.filePath("share/keep"), "x")
+            && TestTools::writeFile(work.filePath("tmp/old"), "x"));
+        QVERIFY(QFile::link(work.filePath("share"), work.filePath("tmp/share"))
+            || QFile::exists(work.filePath("tmp/share")));
         const TestTools::CDiagnosticsRecorder console;
 
         const int status = runInstaller(
             argc, argv.data(), { system, collector, worker, CVersion(2, 0, 0, false), CVersion("34725"), QString() });
 
-        transcript += QStringLiteral("\n== %1\npkgupdate %2\nexit %3\ncalls: %4\nconsole:\n%5\n")
-                          .arg(row[0], row[1])
-                          .arg(status)
-                          .arg(system.calls.join(QStringLiteral(" | ")),
-                              console.lines().filter(QRegularExpression("^(?!This plugin|No such plugin)")).join('\n'))
-                          .replace(stick, QStringLiteral("STICK"));
+        transcript
+            += QStringLiteral(
+                "\n== %1\npkgupdate %2\nexit %3\ncalls: %4\nunpack directory %6, share %7\nconsole:\n%5\n")
+                   .arg(row[0], row[1])
+                   .arg(status)
+                   .arg(system.calls.join(QStringLiteral(" | ")),
+                       console.lines().filter(QRegularExpression("^(?!This plugin|No such plugin)")).join('\n'),
+                       QFile::exists(work.filePath("tmp/old")) ? QStringLiteral("kept") : QStringLiteral("cleared"),
+                       QFile::exists(work.filePath("share/keep")) ? QStringLiteral("kept") : QStringLiteral("lost"))
+                   .replace(stick, QStringLiteral("STICK"));
     }
     QCOMPARE_GOLDEN("app/data/runs.ref", transcript);
 }
