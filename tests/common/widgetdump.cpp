@@ -42,8 +42,14 @@ QString buttonText(const QAbstractButton* button)
     QString text = QStringLiteral(" text ") + quoted(button->text());
     if (button->isCheckable())
         text += button->isChecked() ? QStringLiteral(" checked") : QStringLiteral(" unchecked");
-    if (!button->icon().isNull()) // the images' own sizes are pinned with the resources
-        text += QStringLiteral(" icon %1x%2").arg(button->iconSize().width()).arg(button->iconSize().height());
+    // The size the icon is shown at, and the size of its image (none when it did not load).
+    const QSize image = button->icon().availableSizes().value(0);
+    if (!button->icon().isNull())
+        text += QStringLiteral(" icon %1x%2 image %3x%4")
+                    .arg(button->iconSize().width())
+                    .arg(button->iconSize().height())
+                    .arg(image.width())
+                    .arg(image.height());
     return text;
 }
 
