@@ -104,6 +104,13 @@ QString line(const QWidget* widget)
         text += QStringLiteral(" frame 0x%1 line %2").arg(frame->frameStyle(), 0, 16).arg(frame->lineWidth());
     if (parent && !widget->minimumSize().isNull())
         text += QStringLiteral(" min %1x%2").arg(widget->minimumWidth()).arg(widget->minimumHeight());
+    // Stretch factors of every item of a box layout, spacers and nested layouts included.
+    if (const auto* box = qobject_cast<const QBoxLayout*>(widget->layout())) {
+        QStringList stretches;
+        for (int i = 0; i < box->count(); ++i)
+            stretches << QString::number(box->stretch(i));
+        text += QStringLiteral(" stretches ") + stretches.join(QLatin1Char(','));
+    }
     if (!parent || widget->font().pointSize() != parent->font().pointSize())
         text += QStringLiteral(" font %1pt").arg(widget->font().pointSize());
     return text;
