@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QStringList>
+
+// The subcommands of pkgupdate-pack. Each one takes its own arguments, the
+// subcommand's name first (as QCommandLineParser::process expects), answers
+// --help itself and returns the process exit status.
+namespace PackCommands {
+
+// Exit statuses a build script can rely on.
+enum ExitStatus {
+    ExitOk = 0, // done; for check: nothing to warn about
+    ExitFindings = 1, // check: warnings or packages the installer would refuse
+    ExitUsage = 2, // wrong arguments
+    ExitRefused = 3, // build: the package would be unsafe or read differently; nothing written
+    ExitFailed = 4, // an external tool or a file operation failed
+};
+
+int keygen(const QStringList& arguments);
+int build(const QStringList& arguments);
+int check(const QStringList& arguments);
+int simulate(const QStringList& arguments);
+
+} // namespace PackCommands
