@@ -1,5 +1,7 @@
 // pkgupdate-pack check: what the installer would do with a stick on a given
 // device, found with its own collector, package order and signature check.
+#include "discovery/cupdatecollector.h"
+#include "system/csystem_vesta.h"
 #include "tools/pack/packcommands.h"
 #include "tools/pack/stickcheck.h"
 
@@ -17,10 +19,11 @@ const char* const HelpText = R"(Usage: pkgupdate-pack check [options] STICK
 Shows what the installer would do with the update packages in the directory
 STICK (the top directory of the USB stick) on the device the options describe,
 without its window and without the device:
-  - the packages it finds, as the rows of its window: the name it shows, the
-    kind, the new and the installed version, and whether the row is
-    pre-selected or red (with the window's reason: wrong BSP, missing
-    signature file);
+  - the packages it finds (at most %3), as the rows of its window: the name
+    it shows, the kind, the new and the installed version, and whether the
+    row is pre-selected (the newest package of its kind, newer than what is
+    installed), not selected, or red with the window's reason (wrong BSP,
+    missing signature file);
   - which signatures verify with the public key the device's BSP selects;
   - what the package checks find: links the installer handles badly, packages
     too large for the RAM disk or for the unpack time budget;
@@ -38,9 +41,9 @@ Options (the defaults are those of the simulated device, so that
                          of help/version.txt (default: no such file, so every
                          help-files package counts as newer)
   --key FILE             public key of BSP 1.7.0 and 1.36.0, kept on the
-                         device as /usr/local/share/corvane/qelsslkey.pem
+                         device as %1
   --key141 FILE          public key of BSP 1.41.0, kept on the device as
-                         /usr/local/share/corvane/qelupdatekey141.pem
+                         %2
                          (without the key the BSP selects, no signature is
                          checked, and that is reported as a finding)
   --json                 the report as JSON, for scripts
@@ -53,7 +56,7 @@ Example:
 Exit status:
   0  every pre-selected package would install cleanly; nothing to report
   1  findings: a red row, a signature that fails or was not checked, a package
-     check's finding, two pre-selected packages of one kind, more than 6
+     check's finding, two pre-selected packages of one kind, more than %3
      packages on the stick
   2  wrong arguments
 )";
@@ -82,7 +85,8 @@ int check(const QStringList& arguments)
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
     if (parser.isSet(help)) {
-        QTextStream(stdout) << HelpText;
+        QTextStream(stdout) << QString::fromLatin1(HelpText).arg(
+            UpdateKeys::standardKey(), UpdateKeys::bsp141Key(), QString::number(CUpdateCollector::packageLimit));
         return ExitOk;
     }
     if (parser.positionalArguments().size() != 1)
