@@ -78,10 +78,10 @@ const CheckedPackage* rowOf(const StickCheck& check, const UpdatePackage& record
 void followInstall(StickCheck& check)
 {
     if (check.found.isEmpty()) {
-        check.next = QStringLiteral("nothing: the installer ends at once and changes nothing");
+        check.next = QStringLiteral("nothing: the installer ends without touching the device");
         return;
     }
-    check.next = QStringLiteral("the window stays open; Quit restarts the application");
+    check.next = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
     QList<UpdatePackage> list;
     int perKind[KindProgram + 1] = {};
     for (const CheckedPackage& row : qAsConst(check.rows)) {
@@ -111,7 +111,7 @@ void followInstall(StickCheck& check)
             return;
         }
         if (record.priority == KindProgram) {
-            check.next = QStringLiteral("reboot the device, once the stick is removed");
+            check.next = QStringLiteral("reboot the device once the stick is removed");
             return;
         }
     }
