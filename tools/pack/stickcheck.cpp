@@ -87,17 +87,19 @@ void followInstall(StickCheck& check)
     for (const CheckedPackage& row : qAsConst(check.rows)) {
         list.append(row.record);
         if (row.record.selected && ++perKind[row.record.priority] > 1)
-            check.refusal = QStringLiteral("Please select only one of each package type.");
+            check.kindConflict = true;
     }
+    if (check.kindConflict)
+        check.refusal = QStringLiteral("Please select only one of each package type.");
     if (perKind[0] + perKind[1] + perKind[2] + perKind[3] == 0)
         check.refusal = QStringLiteral("nothing is pre-selected: Install is disabled");
     if (!check.refusal.isEmpty())
         return;
     sortPackages(list);
     for (const UpdatePackage& record : qAsConst(list)) {
-        const CheckedPackage* row = rowOf(check, record);
         if (!record.selected)
             continue;
+        const CheckedPackage* row = rowOf(check, record);
         if (row->signature != CheckedPackage::Verified) {
             check.stoppedAt = record.file.fileName();
             check.refusal = row->signatureText;
@@ -124,9 +126,7 @@ int countFindings(const StickCheck& check)
         const bool signatureFails = row.record.error == ErrorNone && row.signature != CheckedPackage::Verified;
         count += int(row.findings.size()) + (row.record.error != ErrorNone || signatureFails ? 1 : 0);
     }
-    if (check.refusal.startsWith(QLatin1String("Please select")))
-        ++count;
-    return count;
+    return count + (check.kindConflict ? 1 : 0);
 }
 
 QString indented(const QString& lines)

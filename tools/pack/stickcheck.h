@@ -39,6 +39,7 @@ struct StickCheck {
     QStringList installed; // archive names Install would install, in this order
     QString stoppedAt; // the archive whose verification would stop Install
     QString refusal; // why Install would not start, or the text it would stop with
+    bool kindConflict = false; // two pre-selected packages of one kind
     QString next; // what the device does afterwards
     int findingCount = 0;
 };
