@@ -21,6 +21,7 @@ class CheckPredictionTest : public QObject {
 private Q_SLOTS:
     void installsAsPredicted_data();
     void installsAsPredicted();
+    void refusesWithoutWindow();
 };
 
 void CheckPredictionTest::installsAsPredicted_data()
@@ -82,6 +83,32 @@ void CheckPredictionTest::installsAsPredicted()
         QRegularExpression("(Verification failure ; )[^\"\\n]*"), QStringLiteral("\\1(openssl's error lines)"));
     text.replace(QRegularExpression("(update.log  \\d+) \\w+"), QStringLiteral("\\1 SUM"));
     QVERIFY(Golden::matches(QStringLiteral("system/data/check-%1.ref").arg(QTest::currentDataTag()), text));
+}
+
+// check alone: two pre-selected programs, a BSP whose key was not given, a
+// stick with nothing that can be ticked, wrong arguments.
+void CheckPredictionTest::refusesWithoutWindow()
+{
+    QTemporaryDir row;
+    const CPackageMaker maker(row.path());
+    const QString stick = row.filePath(QStringLiteral("stick"));
+    QVERIFY(maker.makeSample("bin", stick, "1.41.0") && maker.makeSample("doc", stick, "1.36.0"));
+    QVERIFY(
+        !maker
+             .make("files", stick,
+                 { "--name", "bin_b", "--version", "3.1.0", "--bsp", "1.41.0", TestPaths::source("README.md=/usr") })
+             .isEmpty());
+    QString text;
+    for (const QStringList& arguments : QList<QStringList> { { "--bsp", "1.41.0", stick },
+             { "--bsp", "1.7.0", "--key", maker.publicKey(), stick }, { "--json" }, { stick, "--key", "none" } }) {
+        const ToolResult result
+            = runTool(TestPaths::build("tools/pack/pkgupdate-pack"), QStringList("check") + arguments);
+        text += QStringLiteral("$ check %1\nexit %2\n%3%4\n")
+                    .arg(arguments.join(' '))
+                    .arg(result.exitCode)
+                    .arg(result.output, result.errors);
+    }
+    QCOMPARE_GOLDEN("system/data/check-refusals.ref", text.replace(row.path(), QStringLiteral("ROW")));
 }
 
 QTEST_GUILESS_MAIN(CheckPredictionTest)
