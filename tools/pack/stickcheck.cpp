@@ -186,11 +186,11 @@ QString checkReportText(const StickCheck& check)
                        .arg(check.stick, device.bsp, device.programAnswer,
                            device.helpVersion.isEmpty() ? QStringLiteral("without version.txt")
                                                         : QStringLiteral("version ") + device.helpVersion);
-    text += QStringLiteral("Key: %1\n")
-                .arg(check.keyFile.isNull()
-                        ? QStringLiteral("none (no key for this BSP)")
-                        : QStringLiteral("%1, given as %2")
-                              .arg(check.keyFile, check.hostKey.isEmpty() ? QStringLiteral("-") : check.hostKey));
+    text
+        += QStringLiteral("Key: %1\n")
+               .arg(check.keyFile.isNull()       ? QStringLiteral("none (no key for this BSP)")
+                       : check.hostKey.isEmpty() ? check.keyFile + QStringLiteral(", not given")
+                                                 : QStringLiteral("%1, given as %2").arg(check.keyFile, check.hostKey));
     text += QStringLiteral("\n== Packages found (rows as in the window)\n")
         + indented(ScanReport::table(check.found, check.truncated));
 
