@@ -54,7 +54,66 @@ void logUnpackDiagnostics()
     }
 }
 
+// The result of a finished openssl run: crash, exit code and its answer.
+bool judgeVerification(CWaitedCommand& openssl, QString& error)
+{
+    QProcess& process = openssl.process();
+    if (process.exitStatus() != QProcess::NormalExit) {
+        // The same wording as a failed start.
+        error = QStringLiteral("Not started: %1").arg(process.errorString());
+        qDebug() << "   crash!!!" << error;
+        return false;
+    }
+    const QString output = openssl.standardOutput();
+    const QString errorOutput = openssl.standardError();
+    if (process.exitCode() == 0)
+        return output == QLatin1String("Verified OK");
+    qCritical() << "verifySignature() exit=" << process.exitCode();
+    error = output + QStringLiteral(" ; ") + errorOutput;
+    return false;
+}
+
 } // namespace
+
+QString UpdateKeys::standardKey()
+{
+    return QString::fromLatin1(kKeyFile);
+}
+
+QString UpdateKeys::bsp141Key()
+{
+    return QString::fromLatin1(kKeyFile141);
+}
+
+QString UpdateKeys::forBsp(const QString& bspVersion)
+{
+    if (bspVersion == QLatin1String("1.7.0") || bspVersion == QLatin1String("1.36.0"))
+        return standardKey();
+    if (bspVersion == QLatin1String("1.41.0"))
+        return bsp141Key();
+    return QString();
+}
+
+bool verifyPackageSignature(
+    const QString& keyFile, const QFileInfo& package, const SystemBudgets& budgets, QString& error)
+{
+    if (!error.isNull())
+        error = QString();
+    const QString path = package.absoluteFilePath();
+    CWaitedCommand openssl(QStringLiteral("openssl dgst -sha1 -verify %1 -signature %2.sha1 %2").arg(keyFile, path));
+    QProcess& process = openssl.process();
+    if (!openssl.start(budgets.startMs)) {
+        qCritical("verifySignature() not startet.");
+        error = QStringLiteral("Not started: %1").arg(process.errorString());
+        return false;
+    }
+    if (!openssl.waitForFinished(budgets.verifyMs)) {
+        qCritical("verifySignature() timeout.");
+        error = QStringLiteral("Verify Signature timed out!");
+        return false;
+    }
+    return judgeVerification(openssl, error);
+}
 
 int SystemBudgets::unpackBudgetMs(qint64 packageBytes) const
 {
@@ -85,12 +144,10 @@ bool CSystem_Vesta::ReadBspVersion()
 
 QString CSystem_Vesta::UpdateKeyFile()
 {
-    if (bspVersion == QLatin1String("1.7.0") || bspVersion == QLatin1String("1.36.0"))
-        return QString::fromLatin1(kKeyFile);
-    if (bspVersion == QLatin1String("1.41.0"))
-        return QString::fromLatin1(kKeyFile141);
-    qDebug() << "pkgupdate: Unknowen BSP" << bspVersion;
-    return QString();
+    const QString key = UpdateKeys::forBsp(bspVersion);
+    if (key.isNull())
+        qDebug() << "pkgupdate: Unknowen BSP" << bspVersion;
+    return key;
 }
 
 bool CSystem_Vesta::Execute(const QString& command)
@@ -158,41 +215,7 @@ bool CSystem_Vesta::Mount_Tmpf_Bigger(bool bigger)
 
 bool CSystem_Vesta::verifySignature(const QFileInfo& package, QString& error)
 {
-    if (!error.isNull())
-        error = QString();
-    const QString path = package.absoluteFilePath();
-    CWaitedCommand openssl(
-        QStringLiteral("openssl dgst -sha1 -verify %1 -signature %2.sha1 %2").arg(UpdateKeyFile(), path));
-    QProcess& process = openssl.process();
-    if (!openssl.start(m_budgets.startMs)) {
-        qCritical("verifySignature() not startet.");
-        error = QStringLiteral("Not started: %1").arg(process.errorString());
-        return false;
-    }
-    if (!openssl.waitForFinished(m_budgets.verifyMs)) {
-        qCritical("verifySignature() timeout.");
-        error = QStringLiteral("Verify Signature timed out!");
-        return false;
-    }
-    return judgeVerification(openssl, error);
-}
-
-bool CSystem_Vesta::judgeVerification(CWaitedCommand& openssl, QString& error)
-{
-    QProcess& process = openssl.process();
-    if (process.exitStatus() != QProcess::NormalExit) {
-        // The same wording as a failed start.
-        error = QStringLiteral("Not started: %1").arg(process.errorString());
-        qDebug() << "   crash!!!" << error;
-        return false;
-    }
-    const QString output = openssl.standardOutput();
-    const QString errorOutput = openssl.standardError();
-    if (process.exitCode() == 0)
-        return output == QLatin1String("Verified OK");
-    qCritical() << "verifySignature() exit=" << process.exitCode();
-    error = output + QStringLiteral(" ; ") + errorOutput;
-    return false;
+    return verifyPackageSignature(UpdateKeyFile(), package, m_budgets, error);
 }
 
 bool CSystem_Vesta::Unpack(const QFileInfo& package, QString& error)

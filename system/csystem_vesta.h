@@ -45,10 +45,25 @@ public:
     bool ReadBspVersion() override;
 
 private:
-    // The result of a finished openssl run: crash, exit code and its answer.
-    bool judgeVerification(CWaitedCommand& openssl, QString& error);
     // The result of a tar run that finished or ran over its budget.
     bool judgeUnpack(CWaitedCommand& tar, QString& error);
 
     SystemBudgets m_budgets;
 };
+
+// The public keys the device keeps for the signature check, and the choice
+// between them by BSP version (exact, case-sensitive).
+namespace UpdateKeys {
+// "/usr/local/share/corvane/qelsslkey.pem": the key of BSP 1.7.0 and 1.36.0.
+[[nodiscard]] QString standardKey();
+// "/usr/local/share/corvane/qelupdatekey141.pem": the key of BSP 1.41.0.
+[[nodiscard]] QString bsp141Key();
+// The key a device with this BSP version uses; null for any other version.
+[[nodiscard]] QString forBsp(const QString& bspVersion);
+} // namespace UpdateKeys
+
+// Checks the package's detached "<package>.sha1" signature with openssl and the
+// public key keyFile, within the budgets' time limits; error gets the reason the
+// installer shows. The platform object's signature check, usable off the device.
+bool verifyPackageSignature(
+    const QString& keyFile, const QFileInfo& package, const SystemBudgets& budgets, QString& error);

@@ -1,0 +1,257 @@
+#include "tools/pack/stickcheck.h"
+
+#include "discovery/cupdatecollector.h"
+#include "system/csystem_vesta.h"
+#include "tools/simulator/scanreport.h"
+#include "ui/cmainwidget.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QTemporaryDir>
+
+namespace {
+
+bool writeText(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+// The device's facts as files the collector reads the way it does on the device:
+// a main application that prints the answer and a help version file. The answer
+// goes through the collector's own query, so it is read exactly as on the device.
+CollectorEnvironment collectorEnvironment(const QTemporaryDir& files, const CheckedDevice& device)
+{
+    CollectorEnvironment environment;
+    environment.deviceBsp = device.bsp;
+    environment.programPath = files.filePath(QStringLiteral("corvane"));
+    const QString answer = files.filePath(QStringLiteral("answer"));
+    writeText(answer, device.programAnswer.toLocal8Bit() + '\n');
+    writeText(environment.programPath, "#!/bin/sh\nexec cat '" + answer.toLocal8Bit() + "'\n");
+    QFile::setPermissions(environment.programPath, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    environment.helpVersionFile = files.filePath(QStringLiteral("version.txt"));
+    if (!device.helpVersion.isEmpty())
+        writeText(environment.helpVersionFile, "version=" + device.helpVersion.toLocal8Bit() + '\n');
+    return environment;
+}
+
+// The host file the device maker gave for the key the installer takes.
+QString hostKeyFor(const QString& keyFile, const CheckedDevice& device)
+{
+    if (keyFile == UpdateKeys::standardKey())
+        return device.key;
+    if (keyFile == UpdateKeys::bsp141Key())
+        return device.key141;
+    return QString();
+}
+
+// Only rows that can be ticked are ever verified by the installer.
+void verify(CheckedPackage& row, const StickCheck& check)
+{
+    if (row.record.error != ErrorNone)
+        return;
+    if (!check.keyFile.isNull() && check.hostKey.isEmpty()) {
+        const bool standard = check.keyFile == UpdateKeys::standardKey();
+        row.signatureText = QStringLiteral("not checked: give %1 FILE, the device's %2")
+                                .arg(QLatin1String(standard ? "--key" : "--key141"), check.keyFile);
+        return;
+    }
+    // An unknown BSP selects no key; the installer then runs openssl without one.
+    QString error;
+    const bool verified = verifyPackageSignature(check.hostKey, row.record.file, SystemBudgets(), error);
+    row.signature = verified ? CheckedPackage::Verified : CheckedPackage::Failed;
+    row.signatureText = verified ? QStringLiteral("Verified OK") : error;
+}
+
+const CheckedPackage* rowOf(const StickCheck& check, const UpdatePackage& record)
+{
+    for (const CheckedPackage& row : check.rows) {
+        if (row.record.file == record.file)
+            return &row;
+    }
+    return nullptr;
+}
+
+// Install as the window runs it: refused for an empty selection or two of one
+// kind, then the worker's own order (its sort of the window's sorted list), each
+// package verified, ending after the first failure, installer or program.
+void followInstall(StickCheck& check)
+{
+    if (check.found.isEmpty()) {
+        check.next = QStringLiteral("nothing: the installer ends without touching the device");
+        return;
+    }
+    check.next = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
+    QList<UpdatePackage> list;
+    int perKind[KindProgram + 1] = {};
+    for (const CheckedPackage& row : qAsConst(check.rows)) {
+        list.append(row.record);
+        if (row.record.selected && ++perKind[row.record.priority] > 1)
+            check.kindConflict = true;
+    }
+    if (check.kindConflict)
+        check.refusal = QStringLiteral("Please select only one of each package type.");
+    if (perKind[0] + perKind[1] + perKind[2] + perKind[3] == 0)
+        check.refusal = QStringLiteral("nothing is pre-selected: Install is disabled");
+    if (!check.refusal.isEmpty())
+        return;
+    sortPackages(list);
+    for (const UpdatePackage& record : qAsConst(list)) {
+        if (!record.selected)
+            continue;
+        const CheckedPackage* row = rowOf(check, record);
+        if (row->signature != CheckedPackage::Verified) {
+            check.stoppedAt = record.file.fileName();
+            check.refusal = row->signatureText;
+            if (row->signature == CheckedPackage::NotChecked)
+                check.next = QStringLiteral("unknown: a signature was not checked");
+            return;
+        }
+        check.installed << record.file.fileName();
+        if (record.priority == KindInstaller) {
+            check.next = QStringLiteral("start the new installer on the same stick");
+            return;
+        }
+        if (record.priority == KindProgram) {
+            check.next = QStringLiteral("reboot the device once the stick is removed");
+            return;
+        }
+    }
+}
+
+int countFindings(const StickCheck& check)
+{
+    int count = check.truncated ? 1 : 0;
+    for (const CheckedPackage& row : check.rows) {
+        const bool signatureFails = row.record.error == ErrorNone && row.signature != CheckedPackage::Verified;
+        count += int(row.findings.size()) + (row.record.error != ErrorNone || signatureFails ? 1 : 0);
+    }
+    return count + (check.kindConflict ? 1 : 0);
+}
+
+QString indented(const QString& lines)
+{
+    QString text;
+    for (const QString& line : lines.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        text += QStringLiteral("  ") + line + QLatin1Char('\n');
+    return text;
+}
+
+QString signatureWord(const CheckedPackage& row)
+{
+    static const char* const words[] = { "not checked", "verified", "failed" };
+    return QLatin1String(words[row.signature]);
+}
+
+QJsonValue textOrNull(const QString& text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+} // namespace
+
+StickCheck checkStick(const QString& stick, const CheckedDevice& device)
+{
+    StickCheck check;
+    check.stick = stick;
+    check.device = device;
+    const QTemporaryDir deviceFiles;
+    CUpdateCollector collector(CUpdateCollector::packageLimit, collectorEnvironment(deviceFiles, device));
+    collector.scan(stick);
+    check.found = collector.packages;
+    check.truncated = collector.truncated;
+    check.keyFile = UpdateKeys::forBsp(device.bsp);
+    check.hostKey = hostKeyFor(check.keyFile, device);
+
+    // The window shows the collector's list sorted once.
+    QList<UpdatePackage> shown = collector.packages;
+    if (!shown.isEmpty())
+        sortPackages(shown);
+    for (const UpdatePackage& record : qAsConst(shown)) {
+        CheckedPackage row;
+        row.record = record;
+        verify(row, check);
+        row.findings = inspectPackage(record.file.absoluteFilePath());
+        check.rows.append(row);
+    }
+    followInstall(check);
+    check.findingCount = countFindings(check);
+    return check;
+}
+
+QString checkReportText(const StickCheck& check)
+{
+    const CheckedDevice& device = check.device;
+    QString text = QStringLiteral("Stick: %1\nDevice: BSP %2, \"corvane -v\" answers \"%3\", help files %4\n")
+                       .arg(check.stick, device.bsp, device.programAnswer,
+                           device.helpVersion.isEmpty() ? QStringLiteral("without version.txt")
+                                                        : QStringLiteral("version ") + device.helpVersion);
+    text
+        += QStringLiteral("Key: %1\n")
+               .arg(check.keyFile.isNull()       ? QStringLiteral("none (no key for this BSP)")
+                       : check.hostKey.isEmpty() ? check.keyFile + QStringLiteral(", not given")
+                                                 : QStringLiteral("%1, given as %2").arg(check.keyFile, check.hostKey));
+    text += QStringLiteral("\n== Packages found (rows as in the window)\n")
+        + indented(ScanReport::table(check.found, check.truncated));
+
+    QString signatures;
+    QString findings;
+    for (const CheckedPackage& row : check.rows) {
+        if (row.record.error == ErrorNone)
+            signatures += QStringLiteral("  %1: %2\n").arg(row.record.file.fileName(), row.signatureText);
+        for (const PackageFinding& finding : row.findings)
+            findings += QStringLiteral("  ") + findingLine(row.record.file.fileName(), finding) + QLatin1Char('\n');
+    }
+    text += QStringLiteral("\n== Signatures of the rows that can be ticked\n")
+        + (signatures.isEmpty() ? QStringLiteral("  none\n") : signatures);
+    text += QStringLiteral("\n== Package checks\n")
+        + (findings.isEmpty() ? QStringLiteral("  no findings\n") : findings);
+
+    text += QStringLiteral("\n== Install with the pre-selection\n");
+    for (int i = 0; i < check.installed.size(); ++i)
+        text += QStringLiteral("  %1. %2: installed\n").arg(i + 1).arg(check.installed.at(i));
+    if (!check.stoppedAt.isEmpty())
+        text += QStringLiteral("  %1. %2: %3\n")
+                    .arg(check.installed.size() + 1)
+                    .arg(check.stoppedAt,
+                        check.next.startsWith(QLatin1String("unknown"))
+                            ? check.refusal
+                            : QStringLiteral("stops with \"%1\"").arg(check.refusal));
+    else if (!check.refusal.isEmpty())
+        text += QStringLiteral("  refused: %1\n").arg(check.refusal);
+    text += QStringLiteral("  Next: %1\n").arg(check.next);
+    text += QStringLiteral("\n== Findings: %1\n").arg(check.findingCount);
+    return text;
+}
+
+QJsonObject checkReportJson(const StickCheck& check)
+{
+    QJsonArray rows;
+    for (const CheckedPackage& row : check.rows) {
+        const UpdatePackage& record = row.record;
+        QJsonArray findings;
+        for (const PackageFinding& finding : row.findings)
+            findings.append(findingLine(record.file.fileName(), finding));
+        rows.append(QJsonObject { { "file", record.file.fileName() }, { "shownAs", CMainWidget::typeName(record.name) },
+            { "kind", record.priority },
+            { "new", record.error == ErrorNone ? QJsonValue(record.version.toString()) : QJsonValue() },
+            { "installed", record.installed.toString() }, { "state", ScanReport::stateText(record) },
+            { "preselected", record.selected }, { "signature", signatureWord(row) },
+            { "signatureText", row.signatureText }, { "findings", findings } });
+    }
+    const CheckedDevice& device = check.device;
+    return QJsonObject {
+        { "stick", check.stick },
+        { "device",
+            QJsonObject { { "bsp", device.bsp }, { "programAnswer", device.programAnswer },
+                { "helpVersion", textOrNull(device.helpVersion) }, { "keyFile", textOrNull(check.keyFile) },
+                { "hostKey", textOrNull(check.hostKey) } } },
+        { "truncated", check.truncated },
+        { "rows", rows },
+        { "install",
+            QJsonObject { { "installed", QJsonArray::fromStringList(check.installed) },
+                { "stoppedAt", textOrNull(check.stoppedAt) }, { "refusal", textOrNull(check.refusal) },
+                { "next", check.next } } },
+        { "findings", check.findingCount },
+    };
+}
