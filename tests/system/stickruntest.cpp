@@ -49,9 +49,10 @@ void StickRunTest::reports()
     const ToolResult report = packages.isEmpty()
         ? runTool(TestPaths::source("tools/demo"),
             { "--headless", "--build", TestPaths::build(QString()), "--out", row.filePath("out") }, 600000)
-        : runTool(TestPaths::source("tools/stick-simulator"),
-            { "--build", TestPaths::build(QString()), "--out", row.filePath("out"), "--key", maker.publicKey(),
-                "--help-version", "3.0.0", row.filePath("stick") },
+        : runTool(TestPaths::packCommand().constFirst(),
+            TestPaths::packCommand().mid(1)
+                + QStringList { "simulate", "--build", TestPaths::build(QString()), "--out", row.filePath("out"),
+                    "--key", maker.publicKey(), "--help-version", "3.0.0", row.filePath("stick") },
             600000);
     QString text = QStringLiteral("exit %1\n%2%3").arg(report.exitCode).arg(report.output, report.errors);
     text.replace(row.path(), QStringLiteral("ROW"));

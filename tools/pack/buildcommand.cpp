@@ -294,8 +294,7 @@ Outcome pack(const BuildRequest& request, const QString& stage, const QString& f
     const QString archive = work + QStringLiteral("/archive.tar.bz2");
     const ExternalRun tar = runExternal(QStringLiteral("tar"),
         { QStringLiteral("-cjf"), archive, QStringLiteral("--owner=0"), QStringLiteral("--group=0"),
-            QStringLiteral("--numeric-owner"), QStringLiteral("--sort=name"), QStringLiteral("-C"), stage,
-            QStringLiteral(".") });
+            QStringLiteral("--numeric-owner"), QStringLiteral("-C"), stage, QStringLiteral(".") });
     if (!tar.ok)
         return failed(tar.failure);
     const Outcome inspected = inspect(archive, fileName, request.unsafeLinks);
@@ -353,8 +352,11 @@ int build(const QStringList& arguments)
         return parsed;
     const BuildRequest request = requestOf(commandLine);
     Outcome outcome = checkRequest(request);
+    const bool outExisted = QFileInfo::exists(request.out);
     if (outcome.ok())
         outcome = buildPackage(request);
+    if (!outcome.ok() && !outExisted)
+        QDir().rmdir(request.out);
     if (outcome.status == ExitUsage)
         return commandLine.usageError(outcome.text);
     if (!outcome.ok()) {
