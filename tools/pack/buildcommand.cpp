@@ -17,28 +17,29 @@ namespace {
 
 const CCommandLine::Help BuildHelp = {
     "tree|files [options] SOURCEDIR | FILE=DESTDIR...",
-    "Builds an update package: a bzip2 tar archive with an UPDATE.CONF at its top and,\n"
-    "beside it, the archive's detached SHA-1 signature \"<archive>.sha1\".\n\n"
+    "Builds an update package: a bzip2 tar archive with an UPDATE.CONF at its top\n"
+    "and, beside it, the archive's detached SHA-1 signature \"<archive>.sha1\".\n\n"
     "  build tree [options] SOURCEDIR\n"
     "      The archive holds SOURCEDIR's tree (links kept as links, permission bits\n"
-    "      kept), which the device copies onto its root directory, and an UPDATE.CONF\n"
-    "      written from --delete and --conf-bsp unless SOURCEDIR has one (then that one\n"
-    "      is used as is).\n"
+    "      kept), which the device copies onto its root directory, and an\n"
+    "      UPDATE.CONF written from --delete and --conf-bsp unless SOURCEDIR has one\n"
+    "      (then that one is used as is).\n"
     "  build files [options] FILE=DESTDIR [FILE=DESTDIR ...]\n"
-    "      The files lie flat at the archive's top; UPDATE.CONF names their destination\n"
-    "      directories (DEST_FILE1..n) and FILE_LIST, in the given order.\n\n"
-    "The package is checked with the installer's own rules before anything is written:\n"
-    "its file name must read back as the name, version and BSP given, its UPDATE.CONF\n"
-    "as the keys meant, and links to a directory or out of the package are refused (the\n"
-    "installer empties the directory such a link names when it clears its unpack\n"
-    "directory). A package too large for the device's RAM disk, or one that may not\n"
-    "unpack within the installer's time budget, is warned about on standard error.",
+    "      The files lie flat at the archive's top; UPDATE.CONF names their\n"
+    "      destination directories (DEST_FILE1..n) and FILE_LIST, in the given order.\n\n"
+    "The package is checked with the installer's own rules before anything is\n"
+    "written: its file name must read back as the name, version and BSP given, its\n"
+    "UPDATE.CONF as the keys meant, and links to a directory or out of the package\n"
+    "are refused (the installer empties the directory such a link names when it\n"
+    "clears its unpack directory). A package too large for the device's RAM disk, or\n"
+    "one that may not unpack within the installer's time budget, is warned about.",
     "The archive's path is printed on standard output, findings on standard error.\n\n"
     "Examples:\n"
     "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
     "      --key keys/private.pem --out stick/ build/corvane=/usr/local/bin\n"
     "  pkgupdate-pack build tree --name doc --version 1.0.4 --bsp 1.36.0 \\\n"
-    "      --key keys/private.pem --out stick/ --delete /usr/local/share/corvane/help help-tree/\n\n"
+    "      --key keys/private.pem --out stick/ \\\n"
+    "      --delete /usr/local/share/corvane/help help-tree/\n\n"
     "Exit status: 0 built (also with warnings), 2 wrong arguments, 3 refused (nothing\n"
     "written), 4 an external tool (tar, openssl, cp) or a file operation failed.\n",
 };

@@ -49,8 +49,8 @@ QString CCommandLine::helpText() const
             names += QLatin1Char(' ') + QLatin1String(option.valueName);
         // Continuation lines of an option's text line up under its first line.
         const QString text
-            = QString::fromLatin1(option.text).replace(QLatin1Char('\n'), QStringLiteral("\n%1").arg(QString(), 23));
-        out << "  " << names.leftJustified(20) << ' ' << text << '\n';
+            = QString::fromLatin1(option.text).replace(QLatin1Char('\n'), QStringLiteral("\n%1").arg(QString(), 25));
+        out << "  " << names.leftJustified(22) << ' ' << text << '\n';
     }
     out << '\n' << m_help.epilogue;
     return text;

@@ -11,14 +11,14 @@ namespace {
 
 const CCommandLine::Help KeygenHelp = {
     "DIR",
-    "Makes the key pair that signs update packages: DIR/private.pem (RSA 2048, keep it\n"
-    "secret: it signs with pkgupdate-pack build --key) and DIR/public.pem, the public\n"
-    "key in PEM form that the device verifies with. DIR is created when missing; key\n"
-    "files already in it are replaced.",
-    "The device verifies with the public key its BSP selects: BSP 1.7.0 and 1.36.0 use\n"
-    "/usr/local/share/corvane/qelsslkey.pem, BSP 1.41.0 uses\n"
-    "/usr/local/share/corvane/qelupdatekey141.pem; on any other BSP no package verifies.\n"
-    "Put DIR/public.pem there.\n\n"
+    "Makes the key pair that signs update packages: DIR/private.pem (RSA 2048; keep\n"
+    "it secret, it signs with pkgupdate-pack build --key) and DIR/public.pem, the\n"
+    "public key in PEM form that the device verifies with. DIR is created when\n"
+    "missing; key files already in it are replaced.",
+    "The device verifies with the public key its BSP selects: BSP 1.7.0 and 1.36.0\n"
+    "use /usr/local/share/corvane/qelsslkey.pem, BSP 1.41.0 uses\n"
+    "/usr/local/share/corvane/qelupdatekey141.pem; on any other BSP no package\n"
+    "verifies. Put DIR/public.pem there.\n\n"
     "Example:\n"
     "  pkgupdate-pack keygen keys/\n\n"
     "Exit status: 0 done, 2 wrong arguments, 4 openssl failed or DIR cannot be made.\n",

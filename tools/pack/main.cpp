@@ -36,8 +36,8 @@ void printUsage(QTextStream& out)
            "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
            "      --key keys/private.pem --out stick/ build/corvane=/usr/local/bin\n"
            "  pkgupdate-pack check stick/ --bsp 1.36.0 --key keys/public.pem\n\n"
-           "Exit status: 0 done, 1 check found something, 2 wrong arguments, 3 package refused\n"
-           "(nothing written), 4 an external tool or a file operation failed.\n";
+           "Exit status: 0 done, 1 check found something, 2 wrong arguments, 3 package\n"
+           "refused (nothing written), 4 an external tool or a file operation failed.\n";
 }
 
 } // namespace

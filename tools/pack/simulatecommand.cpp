@@ -13,9 +13,9 @@ namespace {
 
 const CCommandLine::Help SimulateHelp = {
     "[options] STICK",
-    "Runs the real installer on a simulated device (a sandbox, nothing on this machine\n"
-    "changes) with the packages of the directory STICK, works its window on a private X\n"
-    "server as a technician would, and reports in plain text:\n"
+    "Runs the real installer on a simulated device (a sandbox: nothing on this\n"
+    "machine changes) with the packages of the directory STICK, works its window on\n"
+    "a private X server as a technician would, and reports in plain text:\n"
     "  - the packages found, as the window lists them, with the pre-selection or the\n"
     "    reason why a package cannot be ticked;\n"
     "  - what pkgupdate-pack build warns about or refuses in the stick's packages;\n"
@@ -28,16 +28,17 @@ const CCommandLine::Help SimulateHelp = {
     "Screenshots of the window before and after go to the output directory. It needs\n"
     "the build tree of the installer (pkgupdate, scan-report, the widget probe).",
     "Examples:\n"
-    "  pkgupdate-pack simulate --bsp 1.36.0 --program-answer 3.1.0 --help-version 3.0.0 \\\n"
-    "      --key keys/public.pem stick/\n"
-    "  pkgupdate-pack simulate --untick ins-3.2.0-BSP-1.36.0.tar.bz2 --key keys/public.pem stick/\n\n"
+    "  pkgupdate-pack simulate --bsp 1.36.0 --program-answer 3.1.0 \\\n"
+    "      --help-version 3.0.0 --key keys/public.pem stick/\n"
+    "  pkgupdate-pack simulate --untick ins-3.2.0-BSP-1.36.0.tar.bz2 \\\n"
+    "      --key keys/public.pem stick/\n\n"
     "Exit status: 0 the run ended normally, 1 the installer did not end as it should\n"
-    "(non-zero status, no follow-up), 2 wrong arguments.\n",
+    "(non-zero status, no follow-up), 2 wrong arguments, 4 the run could not start.\n",
 };
 
 const QList<CCommandLine::Option> SimulateOptions = {
     { "stick", "STICK", "the stick's directory, instead of the last argument" },
-    { "out", "DIR", "report, screenshots and the device's files (default: a new\ndirectory under build/)" },
+    { "out", "DIR", "report, screenshots and the device's files (default:\na new directory under build/)" },
     { "report", "FILE", "also write the report to FILE" },
     { "build", "DIR", "build tree with the installer (default: the one this\ncommand was built in)" },
     { "tick", "FILE", "tick the package FILE (archive name) before installing" },
