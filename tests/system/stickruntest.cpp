@@ -1,5 +1,5 @@
 // Runs of the real installer worked through its window on the simulated device,
-// as tools/stick-simulator and tools/demo report them to device makers: packages
+// as pkgupdate-pack simulate and tools/demo report them to device makers: packages
 // found, what the technician did, every message-line text, update.log, the files
 // the device gained, changed or lost, the installer's output, console lines, the
 // calls of the device's programs and its next step, against golden transcripts.
@@ -23,7 +23,7 @@ private Q_SLOTS:
 
 void StickRunTest::reports_data()
 {
-    // Kind and BSP (CPackageMaker::makeSample), or make-package options for a files
+    // Kind and BSP (CPackageMaker::makeSample), or pkgupdate-pack build options for a files
     // package; no packages: the demo.
     QTest::addColumn<QStringList>("packages");
 

@@ -182,6 +182,8 @@ Outcome checkName(const BuildRequest& request, const QString& fileName)
 // The script's header lines shared by both modes, and the keys they mean.
 QString confHead(const BuildRequest& request, Script& script)
 {
+    // The comment every package made by the builder has carried; it lands on the
+    // device as the first line of /UPDATE.CONF, so it stays as it was.
     QString text = QStringLiteral("; made by make-package\n");
     if (!request.remove.isEmpty()) {
         text += QStringLiteral("DELETE = %1\n").arg(request.remove);

@@ -16,7 +16,10 @@ ExternalRun runExternal(const QString& program, const QStringList& arguments)
     if (started)
         process.waitForFinished(-1);
     run.output = process.readAllStandardOutput();
-    const QString errors = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
+    // One line, so that it fits a finding or a message line.
+    const QString errors = QString::fromLocal8Bit(process.readAllStandardError())
+                               .trimmed()
+                               .replace(QLatin1Char('\n'), QStringLiteral("; "));
     run.ok = started && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     if (!run.ok) {
         const QString why = !started ? process.errorString()
