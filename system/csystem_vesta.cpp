@@ -202,7 +202,7 @@ bool CSystem_Vesta::PrepareTempDir()
 
 bool CSystem_Vesta::Mount_Tmpf_Bigger(bool bigger)
 {
-    const int sizeMb = bigger ? 140 : 60;
+    const int sizeMb = bigger ? kTmpfsBiggerMb : kTmpfsNormalMb;
     const QString command = QStringLiteral("mount -t tmpfs -o remount,size=%1m,mode=1777 tmp /tmp").arg(sizeMb);
     QString errorText;
     const int exitCode = runCommandSync(command, &errorText);

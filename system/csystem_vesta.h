@@ -17,6 +17,11 @@ struct SystemBudgets {
     [[nodiscard]] int unpackBudgetMs(qint64 packageBytes) const;
 };
 
+// Sizes of the RAM disk holding /tmp: enlarged while the window is open (the
+// packages are unpacked into it), normal otherwise.
+const int kTmpfsBiggerMb = 140;
+const int kTmpfsNormalMb = 60;
+
 // The platform object of the one supported device. Its constructor reads the BSP
 // version, opens /dev/console for diagnostics (ending the process with status 1
 // if it cannot) and installs the console message handler.

@@ -63,20 +63,29 @@ ToolResult runTool(const QString& program, const QStringList& arguments, int tim
     return result;
 }
 
+namespace {
+
+ToolResult runPack(const QStringList& arguments)
+{
+    const QStringList command = TestPaths::packCommand();
+    return runTool(command.constFirst(), command.mid(1) + arguments);
+}
+
+} // namespace
+
 CPackageMaker::CPackageMaker(const QString& directory)
     : m_keys(directory + QStringLiteral("/keys"))
 {
-    m_valid = runTool(TestPaths::source(QStringLiteral("tools/make-package")), { QStringLiteral("keygen"), m_keys })
-                  .exitCode
-        == 0;
+    m_valid = runPack({ QStringLiteral("keygen"), m_keys }).exitCode == 0;
 }
 
 QString CPackageMaker::make(const QString& mode, const QString& out, const QStringList& arguments) const
 {
-    const ToolResult made = runTool(TestPaths::source(QStringLiteral("tools/make-package")),
-        QStringList { mode, QStringLiteral("--key"), privateKey(), QStringLiteral("--out"), out } + arguments);
+    const ToolResult made = runPack(QStringList { QStringLiteral("build"), mode, QStringLiteral("--key"), privateKey(),
+                                        QStringLiteral("--out"), out }
+        + arguments);
     if (made.exitCode != 0)
-        qWarning("make-package failed: %s", qPrintable(made.errors));
+        qWarning("pkgupdate-pack build failed: %s", qPrintable(made.errors));
     return made.exitCode == 0 ? made.output.trimmed() : QString();
 }
 

@@ -6,7 +6,7 @@
 #include <QStringList>
 
 // Where the tests find the project's files: a file of the source or the build tree, given
-// relative to its top ("tools/make-package"), and the installer executable.
+// relative to its top ("tools/demo"), and the installer executable.
 namespace TestPaths {
 inline QString source(const QString& relative)
 {
@@ -19,6 +19,11 @@ inline QString build(const QString& relative)
 inline QString executable()
 {
     return QStringLiteral(PKGUPDATE_EXECUTABLE);
+}
+// The package builder pkgupdate-pack, with the emulator that runs it in a cross build.
+inline QStringList packCommand()
+{
+    return QStringLiteral(PKGUPDATE_PACK_COMMAND).split(QLatin1Char('|'));
 }
 } // namespace TestPaths
 
@@ -45,7 +50,7 @@ struct ToolResult {
 // Runs program with arguments and waits for its end.
 ToolResult runTool(const QString& program, const QStringList& arguments, int timeoutMs = 120000);
 
-// Signed packages made by tools/make-package with a key pair of its own.
+// Signed packages made by pkgupdate-pack with a key pair of its own.
 class CPackageMaker {
 public:
     // Makes the key pair in directory/keys.
@@ -53,7 +58,7 @@ public:
     [[nodiscard]] bool isValid() const { return m_valid; }
     [[nodiscard]] QString privateKey() const { return m_keys + QStringLiteral("/private.pem"); }
     [[nodiscard]] QString publicKey() const { return m_keys + QStringLiteral("/public.pem"); }
-    // "make-package MODE --key KEY --out OUT ARGUMENTS..."; the archive's path, empty on failure.
+    // "pkgupdate-pack build MODE --key KEY --out OUT ARGUMENTS..."; the archive's path, empty on failure.
     [[nodiscard]] QString make(const QString& mode, const QString& out, const QStringList& arguments) const;
     // Puts a version 3.1.0 package on stick: "bin" (a program answering "3.1.0", as a tree),
     // "doc" (help files), "ins" (an installer noting its call, as a file) or "tampered"

@@ -44,7 +44,7 @@ private:
     // Carries out the lines of a data file:
     //   conf TEXT        reads TEXT (with escapes) as UPDATE.CONF; "conf" alone: no file
     //   reject FILE      the fake platform object refuses the signature of FILE
-    //   make MODE ARGS   tools/make-package into the stick; "@" is the work directory
+    //   make MODE ARGS   pkgupdate-pack build into the stick; "@" is the work directory
     //   install NAME KIND VERSION SELECTED(y/n), ...
     //                    installs records of NAME-VERSION-BSP-1.36.0.tar.bz2 on the
     //                    stick; the fake platform unpacks the directory unpacked/NAME

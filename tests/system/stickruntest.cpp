@@ -1,5 +1,5 @@
 // Runs of the real installer worked through its window on the simulated device,
-// as tools/stick-simulator and tools/demo report them to device makers: packages
+// as pkgupdate-pack simulate and tools/demo report them to device makers: packages
 // found, what the technician did, every message-line text, update.log, the files
 // the device gained, changed or lost, the installer's output, console lines, the
 // calls of the device's programs and its next step, against golden transcripts.
@@ -23,7 +23,7 @@ private Q_SLOTS:
 
 void StickRunTest::reports_data()
 {
-    // Kind and BSP (CPackageMaker::makeSample), or make-package options for a files
+    // Kind and BSP (CPackageMaker::makeSample), or pkgupdate-pack build options for a files
     // package; no packages: the demo.
     QTest::addColumn<QStringList>("packages");
 
@@ -49,9 +49,10 @@ void StickRunTest::reports()
     const ToolResult report = packages.isEmpty()
         ? runTool(TestPaths::source("tools/demo"),
             { "--headless", "--build", TestPaths::build(QString()), "--out", row.filePath("out") }, 600000)
-        : runTool(TestPaths::source("tools/stick-simulator"),
-            { "--build", TestPaths::build(QString()), "--out", row.filePath("out"), "--key", maker.publicKey(),
-                "--help-version", "3.0.0", row.filePath("stick") },
+        : runTool(TestPaths::packCommand().constFirst(),
+            TestPaths::packCommand().mid(1)
+                + QStringList { "simulate", "--build", TestPaths::build(QString()), "--out", row.filePath("out"),
+                    "--key", maker.publicKey(), "--help-version", "3.0.0", row.filePath("stick") },
             600000);
     QString text = QStringLiteral("exit %1\n%2%3").arg(report.exitCode).arg(report.output, report.errors);
     text.replace(row.path(), QStringLiteral("ROW"));

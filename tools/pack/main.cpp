@@ -3,6 +3,7 @@
 #include "tools/pack/packcommands.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QTextStream>
 
 namespace {
@@ -29,7 +30,14 @@ void printUsage(QTextStream& out)
         out << QStringLiteral("  %1 %2\n")
                    .arg(QLatin1String(subcommand.name), -10)
                    .arg(QLatin1String(subcommand.summary));
-    out << "\npkgupdate-pack SUBCOMMAND --help explains each one.\n";
+    out << "\npkgupdate-pack SUBCOMMAND --help explains each one.\n\n"
+           "A first package:\n"
+           "  pkgupdate-pack keygen keys/\n"
+           "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
+           "      --key keys/private.pem --out stick/ build/corvane=/usr/local/bin\n"
+           "  pkgupdate-pack check stick/ --bsp 1.36.0 --key keys/public.pem\n\n"
+           "Exit status: 0 done, 1 check found something, 2 wrong arguments, 3 package\n"
+           "refused (nothing written), 4 an external tool or a file operation failed.\n";
 }
 
 } // namespace
@@ -38,6 +46,9 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("pkgupdate-pack"));
+    // The installer's own debug lines (e.g. about a name it does not understand) are
+    // for its console; the subcommands say what matters in their own words.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString name = arguments.value(0);
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {

@@ -1,13 +1,123 @@
+#include "tools/pack/commandline.h"
+#include "tools/pack/packageinspection.h"
 #include "tools/pack/packcommands.h"
 
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryFile>
 #include <QTextStream>
 
 namespace PackCommands {
 
-int simulate(const QStringList&)
+namespace {
+
+const CCommandLine::Help SimulateHelp = {
+    "[options] STICK",
+    "Runs the real installer on a simulated device (a sandbox: nothing on this\n"
+    "machine changes) with the packages of the directory STICK, works its window on\n"
+    "a private X server as a technician would, and reports in plain text:\n"
+    "  - the packages found, as the window lists them, with the pre-selection or the\n"
+    "    reason why a package cannot be ticked;\n"
+    "  - what pkgupdate-pack build warns about or refuses in the stick's packages;\n"
+    "  - which packages were installed, in which order (update.log);\n"
+    "  - every file the device gained, changed or lost, with its mode and checksum\n"
+    "    or link target;\n"
+    "  - the message line, the installer's output, its console lines;\n"
+    "  - what the device does next: restart the application, start the new installer,\n"
+    "    or reboot.\n"
+    "Screenshots of the window before and after go to the output directory. It needs\n"
+    "the build tree of the installer (pkgupdate, scan-report, the widget probe).",
+    "Examples:\n"
+    "  pkgupdate-pack simulate --bsp 1.36.0 --program-answer 3.1.0 \\\n"
+    "      --help-version 3.0.0 --key keys/public.pem stick/\n"
+    "  pkgupdate-pack simulate --untick ins-3.2.0-BSP-1.36.0.tar.bz2 \\\n"
+    "      --key keys/public.pem stick/\n\n"
+    "Exit status: 0 the run ended normally, 1 the installer did not end as it should\n"
+    "(non-zero status, no follow-up), 2 wrong arguments, 4 the run could not start.\n",
+};
+
+const QList<CCommandLine::Option> SimulateOptions = {
+    { "stick", "STICK", "the stick's directory, instead of the last argument" },
+    { "out", "DIR", "report, screenshots and the device's files (default:\na new directory under build/)" },
+    { "report", "FILE", "also write the report to FILE" },
+    { "build", "DIR", "build tree with the installer (default: the one this\ncommand was built in)" },
+    { "tick", "FILE", "tick the package FILE (archive name) before installing" },
+    { "untick", "FILE", "untick the package FILE before installing" },
+    { "quit", nullptr, "press Quit instead of Install" },
+    { "interactive", nullptr, "show the window on $DISPLAY and let the user work it" },
+    { "bsp", "VERSION", "the device's BSP version (default: 1.36.0)" },
+    { "program-answer", "TEXT", "what \"corvane -v\" answers (default: 3.0.0)" },
+    { "program-exit", "CODE", "the exit status of \"corvane -v\" (default: 0)" },
+    { "no-program", nullptr, "the device has no /usr/local/bin/corvane" },
+    { "help-version", "V", "the installed help files' version (default: none)" },
+    { "key", "PUBLIC.pem", "the device's public key for BSP 1.7.0 and 1.36.0\n(default: none, nothing verifies)" },
+    { "key141", "PUBLIC.pem", "the device's public key for BSP 1.41.0 (default: none)" },
+    { "config", "FILE", "the device options above from FILE, one \"option value\"\na line (\"bsp 1.41.0\")" },
+};
+
+// The findings of the stick's archives, one line each, as the build command prints them.
+bool writeFindings(const QString& stick, QTemporaryFile& file)
 {
-    QTextStream(stderr) << "pkgupdate-pack simulate: not built yet\n";
-    return ExitFailed;
+    if (!file.open())
+        return false;
+    QTextStream out(&file);
+    const QDir directory(stick);
+    const QStringList archives
+        = directory.entryList({ QStringLiteral("*.tar.bz2") }, QDir::Files | QDir::Hidden, QDir::Name);
+    for (const QString& archive : archives) {
+        for (const PackageFinding& finding : inspectPackage(directory.filePath(archive)))
+            out << findingLine(archive, finding) << '\n';
+    }
+    out.flush();
+    file.close();
+    return true;
+}
+
+// The options as the stick run takes them, in the long form.
+QStringList runArguments(const CCommandLine& commandLine)
+{
+    QStringList arguments;
+    for (const CCommandLine::Option& option : SimulateOptions) {
+        const QString flag = QStringLiteral("--") + QLatin1String(option.name);
+        if (!option.valueName && commandLine.isSet(option.name))
+            arguments << flag;
+        for (const QString& value : option.valueName ? commandLine.values(option.name) : QStringList())
+            arguments << flag << value;
+    }
+    if (!commandLine.isSet("build"))
+        arguments << QStringLiteral("--build") << QStringLiteral(PKGUPDATE_BINARY_DIR);
+    return arguments + commandLine.positional();
+}
+
+} // namespace
+
+int simulate(const QStringList& arguments)
+{
+    CCommandLine commandLine(QStringLiteral("simulate"), SimulateHelp, SimulateOptions);
+    const int parsed = commandLine.parse(arguments);
+    if (parsed >= 0)
+        return parsed;
+    const QStringList sticks = commandLine.positional() + commandLine.values("stick");
+    if (sticks.size() != 1)
+        return commandLine.usageError(QStringLiteral("needs exactly one STICK"));
+    if (!QFileInfo(sticks.constFirst()).isDir())
+        return commandLine.usageError(QStringLiteral("no directory '%1'").arg(sticks.constFirst()));
+    QTemporaryFile findings;
+    if (!writeFindings(sticks.constFirst(), findings)) {
+        QTextStream(stderr) << "pkgupdate-pack simulate: cannot write a temporary file\n";
+        return ExitFailed;
+    }
+    // The run itself: the device sandbox and the window driver, shell tools both.
+    QProcess run;
+    run.setProcessChannelMode(QProcess::ForwardedChannels);
+    run.setInputChannelMode(QProcess::ForwardedInputChannel);
+    run.start(QStringLiteral(PKGUPDATE_SOURCE_DIR "/tools/simulator/stick-run"),
+        QStringList { QStringLiteral("--checks"), findings.fileName() } + runArguments(commandLine));
+    if (!run.waitForFinished(-1) || run.exitStatus() != QProcess::NormalExit) {
+        QTextStream(stderr) << "pkgupdate-pack simulate: " << run.errorString() << '\n';
+        return ExitFailed;
+    }
+    return run.exitCode();
 }
 
 } // namespace PackCommands

@@ -1,0 +1,57 @@
+#include "tools/pack/commandline.h"
+
+#include "tools/pack/packcommands.h"
+
+#include <QTextStream>
+
+#include <utility>
+
+CCommandLine::CCommandLine(const QString& subcommand, const Help& help, const QList<Option>& options)
+    : m_subcommand(subcommand)
+    , m_help(help)
+    , m_options(options)
+{
+    m_options.append({ "help", nullptr, "show this help and exit" });
+    for (const Option& option : std::as_const(m_options)) {
+        const QString name = QLatin1String(option.name);
+        m_parser.addOption(option.valueName ? QCommandLineOption(name, QString(), QLatin1String(option.valueName))
+                                            : QCommandLineOption(name));
+    }
+}
+
+int CCommandLine::parse(const QStringList& arguments)
+{
+    if (!m_parser.parse(arguments))
+        return usageError(m_parser.errorText());
+    if (m_parser.isSet(QStringLiteral("help"))) {
+        QTextStream(stdout) << helpText();
+        return PackCommands::ExitOk;
+    }
+    return -1;
+}
+
+int CCommandLine::usageError(const QString& text) const
+{
+    QTextStream(stderr) << "pkgupdate-pack " << m_subcommand << ": " << text << "\nSee: pkgupdate-pack " << m_subcommand
+                        << " --help\n";
+    return PackCommands::ExitUsage;
+}
+
+QString CCommandLine::helpText() const
+{
+    QString text;
+    QTextStream out(&text);
+    out << "Usage: pkgupdate-pack " << m_subcommand << ' ' << m_help.synopsis << "\n\n"
+        << m_help.about << "\n\nOptions:\n";
+    for (const Option& option : m_options) {
+        QString names = QStringLiteral("--") + QLatin1String(option.name);
+        if (option.valueName)
+            names += QLatin1Char(' ') + QLatin1String(option.valueName);
+        // Continuation lines of an option's text line up under its first line.
+        const QString text
+            = QString::fromLatin1(option.text).replace(QLatin1Char('\n'), QStringLiteral("\n%1").arg(QString(), 25));
+        out << "  " << names.leftJustified(22) << ' ' << text << '\n';
+    }
+    out << '\n' << m_help.epilogue;
+    return text;
+}
