@@ -33,8 +33,11 @@ const CCommandLine::Help SimulateHelp = {
     "      --help-version 3.0.0 --key keys/public.pem stick/\n"
     "  pkgupdate-pack simulate --untick ins-3.2.0-BSP-1.36.0.tar.bz2 \\\n"
     "      --key keys/public.pem stick/\n\n"
-    "Exit status: 0 the run ended normally, 1 the installer did not end as it should\n"
-    "(non-zero status, no follow-up), 2 wrong arguments, 4 the run could not start.\n",
+    "Exit status:\n"
+    "  0  the run ended normally\n"
+    "  1  the installer did not end as it should (non-zero status, no follow-up)\n"
+    "  2  wrong arguments\n"
+    "  4  the run could not start\n",
 };
 
 // The options of the run itself.
