@@ -361,7 +361,7 @@ int build(const QStringList& arguments)
     const bool outExisted = QFileInfo::exists(request.out);
     if (outcome.ok())
         outcome = buildPackage(request);
-    if (!outcome.ok() && !outExisted)
+    if (!outcome.ok() && !outExisted && !request.out.isEmpty())
         QDir().rmdir(request.out);
     if (outcome.status == ExitUsage)
         return commandLine.usageError(outcome.text);

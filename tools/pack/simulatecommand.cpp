@@ -2,6 +2,7 @@
 #include "tools/pack/deviceoptions.h"
 #include "tools/pack/packageinspection.h"
 #include "tools/pack/packcommands.h"
+#include "tools/pack/stickcheck.h"
 
 #include <QDir>
 #include <QProcess>
@@ -111,6 +112,11 @@ int simulate(const QStringList& arguments)
         return commandLine.usageError(QStringLiteral("needs exactly one STICK"));
     if (!QFileInfo(sticks.constFirst()).isDir())
         return commandLine.usageError(QStringLiteral("no directory '%1'").arg(sticks.constFirst()));
+    // The run reads the device options itself; they are checked here as check checks them.
+    CheckedDevice device;
+    const QString wrongDevice = DeviceOptions::read(commandLine, device);
+    if (!wrongDevice.isEmpty())
+        return commandLine.usageError(wrongDevice);
     QTemporaryFile findings;
     if (!writeFindings(sticks.constFirst(), findings)) {
         QTextStream(stderr) << "pkgupdate-pack simulate: cannot write a temporary file\n";
