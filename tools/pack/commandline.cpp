@@ -15,7 +15,7 @@ CCommandLine::CCommandLine(const QString& subcommand, const Help& help, const QL
     for (const Option& option : std::as_const(m_options)) {
         QStringList names { QLatin1String(option.name) };
         if (names.constFirst() == QLatin1String("help"))
-            names.prepend(QStringLiteral("h"));
+            names.prepend(QStringLiteral("h")); // the short form most commands take
         m_parser.addOption(option.valueName ? QCommandLineOption(names, QString(), QLatin1String(option.valueName))
                                             : QCommandLineOption(names));
     }
