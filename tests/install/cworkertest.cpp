@@ -95,7 +95,7 @@ QString CWorkerTest::run(const QString& dataFile, CSystemTemplate& system, CFake
         } else if (word == QLatin1String("make")) {
             const QStringList arguments = rest.split(' ').replaceInStrings(QStringLiteral("@"), m_dir.path());
             if (m_maker.make(arguments.first(), m_dir.filePath(QStringLiteral("stick")), arguments.mid(1)).isEmpty())
-                text += "make-package failed: " + line + '\n';
+                text += "pkgupdate-pack build failed: " + line + '\n';
         } else if (word == QLatin1String("install")) {
             text += "== " + line + '\n' + transcript(system, fake, rest.split(QStringLiteral(", "))) + '\n';
         } else if (!DeviceFiles::writeEntry(m_dir.path(), line)) {

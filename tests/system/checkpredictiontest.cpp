@@ -1,5 +1,5 @@
 // What pkgupdate-pack check predicts for a stick against what the real installer
-// then does with it on the simulated device (the stick simulator works its
+// then does with it on the simulated device (pkgupdate-pack simulate works its
 // window): the packages installed, in that order, and the text Install stops
 // with. Both reports are kept as one golden transcript.
 #include "common/golden.h"
@@ -26,7 +26,7 @@ private Q_SLOTS:
 
 void CheckPredictionTest::installsAsPredicted_data()
 {
-    // Kind and BSP (CPackageMaker::makeSample), or make-package options for a files package.
+    // Kind and BSP (CPackageMaker::makeSample), or pkgupdate-pack build options for a files package.
     QTest::addColumn<QStringList>("packages");
     // Every kind of name; a wrong BSP, a missing signature and a tampered archive;
     // an installer and a program that are not pre-selected (not newer, not newest).

@@ -40,8 +40,11 @@ const CCommandLine::Help BuildHelp = {
     "  pkgupdate-pack build tree --name doc --version 1.0.4 --bsp 1.36.0 \\\n"
     "      --key keys/private.pem --out stick/ \\\n"
     "      --delete /usr/local/share/corvane/help help-tree/\n\n"
-    "Exit status: 0 built (also with warnings), 2 wrong arguments, 3 refused (nothing\n"
-    "written), 4 an external tool (tar, openssl, cp) or a file operation failed.\n",
+    "Exit status:\n"
+    "  0  built (also with warnings)\n"
+    "  2  wrong arguments\n"
+    "  3  the package is refused, nothing written\n"
+    "  4  an external tool (openssl, tar, cp) or a file operation failed\n",
 };
 
 const QList<CCommandLine::Option> BuildOptions = {
@@ -358,7 +361,7 @@ int build(const QStringList& arguments)
     const bool outExisted = QFileInfo::exists(request.out);
     if (outcome.ok())
         outcome = buildPackage(request);
-    if (!outcome.ok() && !outExisted)
+    if (!outcome.ok() && !outExisted && !request.out.isEmpty())
         QDir().rmdir(request.out);
     if (outcome.status == ExitUsage)
         return commandLine.usageError(outcome.text);

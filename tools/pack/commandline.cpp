@@ -11,11 +11,13 @@ CCommandLine::CCommandLine(const QString& subcommand, const Help& help, const QL
     , m_help(help)
     , m_options(options)
 {
-    m_options.append({ "help", nullptr, "show this help and exit" });
+    m_options.append({ "help", nullptr, QStringLiteral("show this help and exit") });
     for (const Option& option : std::as_const(m_options)) {
-        const QString name = QLatin1String(option.name);
-        m_parser.addOption(option.valueName ? QCommandLineOption(name, QString(), QLatin1String(option.valueName))
-                                            : QCommandLineOption(name));
+        QStringList names { QLatin1String(option.name) };
+        if (names.constFirst() == QLatin1String("help"))
+            names.prepend(QStringLiteral("h")); // the short form most commands take
+        m_parser.addOption(option.valueName ? QCommandLineOption(names, QString(), QLatin1String(option.valueName))
+                                            : QCommandLineOption(names));
     }
 }
 
@@ -45,11 +47,12 @@ QString CCommandLine::helpText() const
         << m_help.about << "\n\nOptions:\n";
     for (const Option& option : m_options) {
         QString names = QStringLiteral("--") + QLatin1String(option.name);
+        if (names == QLatin1String("--help"))
+            names.prepend(QStringLiteral("-h, "));
         if (option.valueName)
             names += QLatin1Char(' ') + QLatin1String(option.valueName);
         // Continuation lines of an option's text line up under its first line.
-        const QString text
-            = QString::fromLatin1(option.text).replace(QLatin1Char('\n'), QStringLiteral("\n%1").arg(QString(), 25));
+        const QString text = QString(option.text).replace(QLatin1Char('\n'), QStringLiteral("\n%1").arg(QString(), 25));
         out << "  " << names.leftJustified(22) << ' ' << text << '\n';
     }
     out << '\n' << m_help.epilogue;

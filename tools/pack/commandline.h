@@ -13,12 +13,12 @@ public:
     struct Option {
         const char* name; // long name, without the dashes
         const char* valueName; // e.g. "DIR"; nullptr for a switch
-        const char* text; // one line of help, with the default
+        QString text; // help lines of at most 55 columns, with the default
     };
     struct Help {
-        const char* synopsis; // after "pkgupdate-pack SUBCOMMAND "
-        const char* about; // what the subcommand does
-        const char* epilogue; // examples and exit statuses
+        QString synopsis; // after "pkgupdate-pack SUBCOMMAND "
+        QString about; // what the subcommand does
+        QString epilogue; // examples and exit statuses
     };
 
     CCommandLine(const QString& subcommand, const Help& help, const QList<Option>& options);

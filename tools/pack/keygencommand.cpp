@@ -21,7 +21,10 @@ const CCommandLine::Help KeygenHelp = {
     "verifies. Put DIR/public.pem there.\n\n"
     "Example:\n"
     "  pkgupdate-pack keygen keys/\n\n"
-    "Exit status: 0 done, 2 wrong arguments, 4 openssl failed or DIR cannot be made.\n",
+    "Exit status:\n"
+    "  0  done\n"
+    "  2  wrong arguments\n"
+    "  4  openssl failed or DIR cannot be made\n",
 };
 
 } // namespace

@@ -36,8 +36,13 @@ void printUsage(QTextStream& out)
            "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
            "      --key keys/private.pem --out stick/ build/corvane=/usr/local/bin\n"
            "  pkgupdate-pack check stick/ --bsp 1.36.0 --key keys/public.pem\n\n"
-           "Exit status: 0 done, 1 check found something, 2 wrong arguments, 3 package\n"
-           "refused (nothing written), 4 an external tool or a file operation failed.\n";
+           "Exit status:\n"
+           "  0  done; check: nothing to report; simulate: the run ended normally\n"
+           "  1  check: findings; simulate: the installer did not end as it should\n"
+           "  2  wrong arguments\n"
+           "  3  build: the package is refused, nothing written\n"
+           "  4  an external tool (openssl, tar, cp) or a file operation failed;\n"
+           "     simulate: the run could not start\n";
 }
 
 } // namespace

@@ -9,11 +9,11 @@ namespace PackCommands {
 
 // Exit statuses a build script can rely on.
 enum ExitStatus {
-    ExitOk = 0, // done; for check: nothing to warn about
-    ExitFindings = 1, // check: warnings or packages the installer would refuse
+    ExitOk = 0, // done; check: nothing to warn about; simulate: the run ended normally
+    ExitFindings = 1, // check: findings; simulate: the installer did not end as it should
     ExitUsage = 2, // wrong arguments
     ExitRefused = 3, // build: the package would be unsafe or read differently; nothing written
-    ExitFailed = 4, // an external tool or a file operation failed
+    ExitFailed = 4, // an external tool or a file operation failed; simulate: the run could not start
 };
 
 int keygen(const QStringList& arguments);

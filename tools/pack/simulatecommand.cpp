@@ -1,6 +1,8 @@
 #include "tools/pack/commandline.h"
+#include "tools/pack/deviceoptions.h"
 #include "tools/pack/packageinspection.h"
 #include "tools/pack/packcommands.h"
+#include "tools/pack/stickcheck.h"
 
 #include <QDir>
 #include <QProcess>
@@ -32,11 +34,15 @@ const CCommandLine::Help SimulateHelp = {
     "      --help-version 3.0.0 --key keys/public.pem stick/\n"
     "  pkgupdate-pack simulate --untick ins-3.2.0-BSP-1.36.0.tar.bz2 \\\n"
     "      --key keys/public.pem stick/\n\n"
-    "Exit status: 0 the run ended normally, 1 the installer did not end as it should\n"
-    "(non-zero status, no follow-up), 2 wrong arguments, 4 the run could not start.\n",
+    "Exit status:\n"
+    "  0  the run ended normally\n"
+    "  1  the installer did not end as it should (non-zero status, no follow-up)\n"
+    "  2  wrong arguments\n"
+    "  4  the run could not start\n",
 };
 
-const QList<CCommandLine::Option> SimulateOptions = {
+// The options of the run itself.
+const QList<CCommandLine::Option> RunOptions = {
     { "stick", "STICK", "the stick's directory, instead of the last argument" },
     { "out", "DIR", "report, screenshots and the device's files (default:\na new directory under build/)" },
     { "report", "FILE", "also write the report to FILE" },
@@ -45,15 +51,19 @@ const QList<CCommandLine::Option> SimulateOptions = {
     { "untick", "FILE", "untick the package FILE before installing" },
     { "quit", nullptr, "press Quit instead of Install" },
     { "interactive", nullptr, "show the window on $DISPLAY and let the user work it" },
-    { "bsp", "VERSION", "the device's BSP version (default: 1.36.0)" },
-    { "program-answer", "TEXT", "what \"corvane -v\" answers (default: 3.0.0)" },
+};
+
+// The device options only the simulated device takes, after the shared ones.
+const QList<CCommandLine::Option> MoreDeviceOptions = {
     { "program-exit", "CODE", "the exit status of \"corvane -v\" (default: 0)" },
     { "no-program", nullptr, "the device has no /usr/local/bin/corvane" },
-    { "help-version", "V", "the installed help files' version (default: none)" },
-    { "key", "PUBLIC.pem", "the device's public key for BSP 1.7.0 and 1.36.0\n(default: none, nothing verifies)" },
-    { "key141", "PUBLIC.pem", "the device's public key for BSP 1.41.0 (default: none)" },
     { "config", "FILE", "the device options above from FILE, one \"option value\"\na line (\"bsp 1.41.0\")" },
 };
+
+QList<CCommandLine::Option> simulateOptions()
+{
+    return RunOptions + DeviceOptions::options() + MoreDeviceOptions;
+}
 
 // The findings of the stick's archives, one line each, as the build command prints them.
 bool writeFindings(const QString& stick, QTemporaryFile& file)
@@ -77,7 +87,7 @@ bool writeFindings(const QString& stick, QTemporaryFile& file)
 QStringList runArguments(const CCommandLine& commandLine)
 {
     QStringList arguments;
-    for (const CCommandLine::Option& option : SimulateOptions) {
+    for (const CCommandLine::Option& option : simulateOptions()) {
         const QString flag = QStringLiteral("--") + QLatin1String(option.name);
         if (!option.valueName && commandLine.isSet(option.name))
             arguments << flag;
@@ -93,7 +103,7 @@ QStringList runArguments(const CCommandLine& commandLine)
 
 int simulate(const QStringList& arguments)
 {
-    CCommandLine commandLine(QStringLiteral("simulate"), SimulateHelp, SimulateOptions);
+    CCommandLine commandLine(QStringLiteral("simulate"), SimulateHelp, simulateOptions());
     const int parsed = commandLine.parse(arguments);
     if (parsed >= 0)
         return parsed;
@@ -102,6 +112,11 @@ int simulate(const QStringList& arguments)
         return commandLine.usageError(QStringLiteral("needs exactly one STICK"));
     if (!QFileInfo(sticks.constFirst()).isDir())
         return commandLine.usageError(QStringLiteral("no directory '%1'").arg(sticks.constFirst()));
+    // The run reads the device options itself; they are checked here as check checks them.
+    CheckedDevice device;
+    const QString wrongDevice = DeviceOptions::read(commandLine, device);
+    if (!wrongDevice.isEmpty())
+        return commandLine.usageError(wrongDevice);
     QTemporaryFile findings;
     if (!writeFindings(sticks.constFirst(), findings)) {
         QTextStream(stderr) << "pkgupdate-pack simulate: cannot write a temporary file\n";
