@@ -35,6 +35,8 @@ void CheckPredictionTest::installsAsPredicted_data()
         "--old-style --version 2.1.0 --bsp pkg --no-signature" };
     // The help files first, then the program, which ends the run with a reboot.
     QTest::newRow("reboot") << QStringList { "bin 1.36.0", "doc 1.36.0" };
+    // Help files of a lower version than the program come after it: the reboot leaves them.
+    QTest::newRow("reboot-leaves-help") << QStringList { "bin 1.36.0", "--name doc --version 3.0.1 --bsp 1.36.0" };
     // The installer first: it hands over, the help files are left to the new one.
     QTest::newRow("hand-over") << QStringList { "doc 1.36.0", "ins 1.36.0" };
 }

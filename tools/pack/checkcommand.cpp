@@ -39,10 +39,12 @@ CCommandLine::Help checkHelp()
                        "  pkgupdate-pack check /media/usb --bsp 1.41.0 --program-answer \"Build 1234\" \\\n"
                        "      --help-version 3.0.0 --key141 keys/public.pem\n\n"
                        "Exit status:\n"
-                       "  0  every pre-selected package would install cleanly; nothing to report\n"
+                       "  0  one press of Install would install every pre-selected package cleanly;\n"
+                       "     nothing to report\n"
                        "  1  findings: a red row, a signature that fails or was not checked, a package\n"
-                       "     check's finding, two pre-selected packages of one kind, more than %1\n"
-                       "     packages on the stick\n"
+                       "     check's finding, two pre-selected packages of one kind, a pre-selected\n"
+                       "     package left behind by the reboot a new program ends Install with,\n"
+                       "     more than %1 packages on the stick\n"
                        "  2  wrong arguments\n")
             .arg(limit),
     };

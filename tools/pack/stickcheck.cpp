@@ -11,6 +11,9 @@
 
 namespace {
 
+const QString RestartAfterQuit = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
+const QString HandOver = QStringLiteral("start the new installer on the same stick");
+
 bool writeText(const QString& path, const QByteArray& text)
 {
     QFile file(path);
@@ -81,7 +84,7 @@ void followInstall(StickCheck& check)
         check.next = QStringLiteral("nothing: the installer ends without touching the device");
         return;
     }
-    check.next = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
+    check.next = RestartAfterQuit;
     QList<UpdatePackage> list;
     int perKind[KindProgram + 1] = {};
     for (const CheckedPackage& row : qAsConst(check.rows)) {
@@ -99,6 +102,10 @@ void followInstall(StickCheck& check)
     for (const UpdatePackage& record : qAsConst(list)) {
         if (!record.selected)
             continue;
+        if (check.installed.size() > 0 && check.next != RestartAfterQuit) {
+            check.leftOver << record.file.fileName();
+            continue;
+        }
         const CheckedPackage* row = rowOf(check, record);
         if (row->signature != CheckedPackage::Verified) {
             check.stoppedAt = record.file.fileName();
@@ -108,14 +115,12 @@ void followInstall(StickCheck& check)
             return;
         }
         check.installed << record.file.fileName();
-        if (record.priority == KindInstaller) {
-            check.next = QStringLiteral("start the new installer on the same stick");
-            return;
-        }
-        if (record.priority == KindProgram) {
+        // A new installer or program ends the installation; what is pre-selected
+        // after it waits for the next run.
+        if (record.priority == KindInstaller)
+            check.next = HandOver;
+        if (record.priority == KindProgram)
             check.next = QStringLiteral("reboot the device once the stick is removed");
-            return;
-        }
     }
 }
 
@@ -126,7 +131,9 @@ int countFindings(const StickCheck& check)
         const bool signatureFails = row.record.error == ErrorNone && row.signature != CheckedPackage::Verified;
         count += int(row.findings.size()) + (row.record.error != ErrorNone || signatureFails ? 1 : 0);
     }
-    return count + (check.kindConflict ? 1 : 0);
+    // After a hand-over the new installer scans the same stick and offers the rest
+    // at once; after a reboot nothing does.
+    return count + (check.kindConflict ? 1 : 0) + (check.next == HandOver ? 0 : int(check.leftOver.size()));
 }
 
 QString indented(const QString& lines)
@@ -219,6 +226,8 @@ QString checkReportText(const StickCheck& check)
                             : QStringLiteral("stops with \"%1\"").arg(check.refusal));
     else if (!check.refusal.isEmpty())
         text += QStringLiteral("  refused: %1\n").arg(check.refusal);
+    for (const QString& archive : check.leftOver)
+        text += QStringLiteral("  %1: not installed, pre-selected but left for the next run\n").arg(archive);
     text += QStringLiteral("  Next: %1\n").arg(check.next);
     text += QStringLiteral("\n== Findings: %1\n").arg(check.findingCount);
     return text;
@@ -250,7 +259,8 @@ QJsonObject checkReportJson(const StickCheck& check)
         { "rows", rows },
         { "install",
             QJsonObject { { "installed", QJsonArray::fromStringList(check.installed) },
-                { "stoppedAt", textOrNull(check.stoppedAt) }, { "refusal", textOrNull(check.refusal) },
+                { "stoppedAt", textOrNull(check.stoppedAt) },
+                { "leftOver", QJsonArray::fromStringList(check.leftOver) }, { "refusal", textOrNull(check.refusal) },
                 { "next", check.next } } },
         { "findings", check.findingCount },
     };

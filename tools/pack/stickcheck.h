@@ -38,6 +38,7 @@ struct StickCheck {
     QList<CheckedPackage> rows; // in the order of the window's rows
     QStringList installed; // archive names Install would install, in this order
     QString stoppedAt; // the archive whose verification would stop Install
+    QStringList leftOver; // pre-selected archives Install never reaches: it ends with a hand-over or reboot first
     QString refusal; // why Install would not start, or the text it would stop with
     bool kindConflict = false; // two pre-selected packages of one kind
     QString next; // what the device does afterwards
