@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
+#include <QPixmap>
 #include <QPushButton>
 #include <QStyle>
 #include <QStyleOption>
@@ -108,7 +109,8 @@ QPushButton* CMainWidget::makeButton(const QString& icon, const QString& name, v
 {
     auto* button = new QPushButton(this);
     button->setObjectName(name);
-    button->setIcon(QIcon(icon));
+    // From a pixmap, which saves loading the MIME database to learn the file's type.
+    button->setIcon(QIcon(QPixmap(icon)));
     button->setIconSize(QSize(48, 48));
     connect(button, &QPushButton::clicked, this, slot);
     return button;
