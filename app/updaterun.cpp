@@ -12,9 +12,12 @@
 #include <QApplication>
 #include <QCursor>
 #include <QDebug>
+#include <QFontDatabase>
 #include <QGenericPluginFactory>
 #include <QIcon>
+#include <QPixmap>
 #include <QTextStream>
+#include <QThread>
 
 #include <cstdio>
 #include <memory>
@@ -66,6 +69,16 @@ std::unique_ptr<QApplication> startToolkit(int& argc, char** argv, const QString
     return std::make_unique<QApplication>(argc, argv);
 }
 
+// Reads the system's fonts into the toolkit's font database (it locks the database).
+void loadFontDatabase()
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    QFontDatabase::families();
+#else
+    QFontDatabase().families();
+#endif
+}
+
 // Shows the window until the user leaves it; returns the event loop's code.
 int runWindow(const ProcessObjects& objects)
 {
@@ -105,10 +118,18 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
     const QStringList mouseParts = mouseProtocolParts();
     const std::unique_ptr<QApplication> application = startToolkit(argc, argv, mouseParts);
     hidePointerOnTouchScreen(mouseParts);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/png/package")));
+    // From a pixmap: an icon file without a suffix would make the icon look its type
+    // up in the MIME database, which is loaded for that alone.
+    QApplication::setWindowIcon(QIcon(QPixmap(QStringLiteral(":/png/package"))));
 
+    // The fonts are loaded while the main application stops and the RAM disk grows,
+    // which the window has to wait for anyway; the loading touches nothing on the device.
+    const std::unique_ptr<QThread> fonts(QThread::create(loadFontDatabase));
+    fonts->start();
     objects.system.Stop_CV3();
-    if (!objects.system.Mount_Tmpf_Bigger(true)) {
+    const bool enlarged = objects.system.Mount_Tmpf_Bigger(true);
+    fonts->wait();
+    if (!enlarged) {
         qCritical("Mount error RAM-Disk 1");
         return RamDiskFailed;
     }

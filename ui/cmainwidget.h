@@ -90,6 +90,9 @@ public Q_SLOTS:
     // Shows text, shortened, in the message line and draws it at once.
     void sl_Message(const QString& text);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     QBoxLayout* makeTitleRow();
     QLabel* makeVersionLabel();

@@ -8,6 +8,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -164,6 +165,7 @@ class CMainWidgetTest : public QObject {
 private Q_SLOTS:
     void session_data();
     void session();
+    void messagePaintedAtOnce();
 };
 
 // One session per line of data/sessions.txt: name | stick | installer.ini ("\n" for
@@ -184,6 +186,21 @@ void CMainWidgetTest::session()
         session.act(action);
     const QString reference = QStringLiteral("ui/data/%1.ref").arg(field.at(0));
     QVERIFY2(Golden::matches(reference, session.close()), qPrintable(reference));
+}
+
+// Each message is on the screen as soon as it is shown, just as painting the whole
+// window would draw it, while the installation still keeps the event loop waiting.
+void CMainWidgetTest::messagePaintedAtOnce()
+{
+    Session session;
+    session.open(QStringLiteral("doc-1.0.4-BSP-1.36.0 1.0.2 +u"), {});
+    QVERIFY(QTest::qWaitForWindowExposed(session.window.get()));
+    const auto image = [](const QPixmap& pixmap) { return pixmap.toImage().convertToFormat(QImage::Format_RGB32); };
+    for (const QString& text : { QStringLiteral("Start ..."), QString(70, QLatin1Char('W')), QString() }) {
+        session.window->sl_Message(text);
+        const QImage shown = image(QGuiApplication::primaryScreen()->grabWindow(session.window->winId()));
+        QVERIFY2(shown == image(session.window->grab()), qPrintable(text));
+    }
 }
 
 QTEST_MAIN(CMainWidgetTest)
