@@ -2,7 +2,7 @@
 
 #include "discovery/cupdatecollector.h"
 #include "system/csystem_vesta.h"
-#include "tools/simulator/scanreport.h"
+#include "tools/pack/scanreport.h"
 #include "ui/cmainwidget.h"
 
 #include <QFile>

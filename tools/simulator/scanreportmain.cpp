@@ -3,7 +3,7 @@
 // the (simulated) device, since it reads /proc/version and the installed versions.
 #include "discovery/cupdatecollector.h"
 #include "system/csystem_vesta.h"
-#include "tools/simulator/scanreport.h"
+#include "tools/pack/scanreport.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

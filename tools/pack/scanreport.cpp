@@ -1,4 +1,4 @@
-#include "tools/simulator/scanreport.h"
+#include "tools/pack/scanreport.h"
 
 #include "ui/cmainwidget.h"
 
