@@ -2,7 +2,7 @@
 #include "install/updateconf.h"
 #include "tools/pack/commandline.h"
 #include "tools/pack/externaltool.h"
-#include "tools/pack/packageinspection.h"
+#include "tools/pack/packagefindings.h"
 #include "tools/pack/packcommands.h"
 
 #include <QDir>
@@ -277,10 +277,10 @@ Outcome checkScript(const QString& conf, const Script& script)
 }
 
 // Prints the archive's findings; refuses links the installer handles badly.
-Outcome inspect(const QString& archive, const QString& fileName, bool unsafeLinks)
+Outcome checkFindings(const QString& archive, const QString& fileName, bool unsafeLinks)
 {
     bool refusal = false;
-    for (const PackageFinding& finding : inspectPackage(archive)) {
+    for (const PackageFinding& finding : packageFindings(archive)) {
         if (finding.severity == PackageFinding::Unreadable)
             return failed(QStringLiteral("cannot check the archive: ") + finding.text);
         QTextStream(stderr) << findingLine(fileName, finding) << '\n';
@@ -303,9 +303,9 @@ Outcome pack(const BuildRequest& request, const QString& stage, const QString& f
             QStringLiteral("--numeric-owner"), QStringLiteral("-C"), stage, QStringLiteral(".") });
     if (!tar.ok)
         return failed(tar.failure);
-    const Outcome inspected = inspect(archive, fileName, request.unsafeLinks);
-    if (!inspected.ok())
-        return inspected;
+    const Outcome checked = checkFindings(archive, fileName, request.unsafeLinks);
+    if (!checked.ok())
+        return checked;
     if (request.sign) {
         const ExternalRun openssl = runExternal(QStringLiteral("openssl"),
             { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), request.key,

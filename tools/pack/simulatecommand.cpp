@@ -1,6 +1,6 @@
 #include "tools/pack/commandline.h"
 #include "tools/pack/deviceoptions.h"
-#include "tools/pack/packageinspection.h"
+#include "tools/pack/packagefindings.h"
 #include "tools/pack/packcommands.h"
 #include "tools/pack/stickcheck.h"
 
@@ -75,7 +75,7 @@ bool writeFindings(const QString& stick, QTemporaryFile& file)
     const QStringList archives
         = directory.entryList({ QStringLiteral("*.tar.bz2") }, QDir::Files | QDir::Hidden, QDir::Name);
     for (const QString& archive : archives) {
-        for (const PackageFinding& finding : inspectPackage(directory.filePath(archive)))
+        for (const PackageFinding& finding : packageFindings(directory.filePath(archive)))
             out << findingLine(archive, finding) << '\n';
     }
     out.flush();

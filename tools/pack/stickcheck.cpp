@@ -178,7 +178,7 @@ StickCheck checkStick(const QString& stick, const CheckedDevice& device)
         CheckedPackage row;
         row.record = record;
         verify(row, check);
-        row.findings = inspectPackage(record.file.absoluteFilePath());
+        row.findings = packageFindings(record.file.absoluteFilePath());
         check.rows.append(row);
     }
     followInstall(check);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "discovery/updatepackage.h"
-#include "tools/pack/packageinspection.h"
+#include "tools/pack/packagefindings.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -47,7 +47,7 @@ struct StickCheck {
 
 // Scans stick with the installer's collector for the given device, verifies the
 // signatures of the rows that can be ticked with the key the installer would
-// take, inspects every archive and follows Install through the pre-selection.
+// take, lists every archive's findings and follows Install through the pre-selection.
 [[nodiscard]] StickCheck checkStick(const QString& stick, const CheckedDevice& device);
 
 // The report for people: the window's table and a section for each of the above.

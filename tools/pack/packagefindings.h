@@ -16,7 +16,7 @@ struct PackageFinding {
 };
 
 // Lists the archive (a bzip2 tar) and returns its findings, refusals first.
-[[nodiscard]] QList<PackageFinding> inspectPackage(const QString& archivePath);
+[[nodiscard]] QList<PackageFinding> packageFindings(const QString& archivePath);
 
 // "<archive file name>: refused: <text>", "...: warning: ...", "...: unreadable: ...".
 [[nodiscard]] QString findingLine(const QString& archiveName, const PackageFinding& finding);

@@ -1,4 +1,4 @@
-#include "tools/pack/packageinspection.h"
+#include "tools/pack/packagefindings.h"
 
 #include "system/csystem_vesta.h"
 #include "tools/pack/externaltool.h"
@@ -38,8 +38,8 @@ QString unquoted(const QString& quoted)
             out += char(in.mid(i + 1, 3).toInt(nullptr, 8));
             i += 3;
         } else {
-            const int special = from.indexOf(in.at(++i));
-            out += special < 0 ? in.at(i) : to.at(special);
+            const int escaped = from.indexOf(in.at(++i));
+            out += escaped < 0 ? in.at(i) : to.at(escaped);
         }
     }
     return QString::fromUtf8(out);
@@ -168,7 +168,7 @@ QList<PackageFinding> sizeFindings(const QList<Member>& members, qint64 archiveB
 
 } // namespace
 
-QList<PackageFinding> inspectPackage(const QString& archivePath)
+QList<PackageFinding> packageFindings(const QString& archivePath)
 {
     QList<Member> members;
     QString failure;
