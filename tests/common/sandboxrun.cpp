@@ -5,7 +5,7 @@ TestTools::ToolResult SandboxRun::run(const QStringList& command, int timeoutMs)
     const QStringList arguments { "--device", m_deviceDirectory, "--ro", TestPaths::source(QString()), "--ro",
         TestPaths::build(QString()) };
     return TestTools::runTool(
-        TestPaths::source("tools/device-sandbox"), arguments + options + QStringList { "--" } + command, timeoutMs);
+        TestPaths::source("simdevice/device-sandbox"), arguments + options + QStringList { "--" } + command, timeoutMs);
 }
 
 QByteArray SandboxRun::console() const

@@ -2,7 +2,7 @@
 
 #include "common/testtools.h"
 
-// Runs commands inside the simulated device (tools/device-sandbox) and reads what
+// Runs commands inside the simulated device (simdevice/device-sandbox) and reads what
 // the device recorded. The device's files stay in deviceDirectory between runs.
 class SandboxRun {
 public:

@@ -3,7 +3,7 @@
 // installation (result, messages in order, console lines, platform calls,
 // counters, update.log, what changed on the device) is compared with a reviewed
 // reference. Tree mode copies onto "/", so this test runs only inside
-// tools/device-sandbox.
+// simdevice/device-sandbox.
 
 #include "install/cworker.h"
 #include "common/devicefiles.h"
@@ -59,7 +59,7 @@ private:
 
 void CWorkerTest::initTestCase()
 {
-    QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in tools/device-sandbox");
+    QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in simdevice/device-sandbox");
     ::umask(022); // the modes in the transcripts must not depend on the caller's umask
     // The device's console handler would swallow the golden files' differences.
     const QtMessageHandler testLog = qInstallMessageHandler(nullptr);

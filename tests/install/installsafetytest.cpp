@@ -4,7 +4,7 @@
 // at random moments, most of them while it copies (PKGUPDATE_KILL_POINTS per case,
 // at least 8; each case prints how many it tried and what it found), and every file
 // the package touches, installer.ini included, must be wholly old or wholly new. Packages that DELETE vital directories
-// or carry a huge UPDATE.CONF are refused or cut. Runs only inside tools/device-sandbox.
+// or carry a huge UPDATE.CONF are refused or cut. Runs only inside simdevice/device-sandbox.
 
 #include "common/golden.h"
 #include "common/testtools.h"
@@ -86,7 +86,8 @@ class InstallSafetyTest : public QObject {
 private Q_SLOTS:
     void installations()
     {
-        QVERIFY2(QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in tools/device-sandbox");
+        QVERIFY2(
+            QFileInfo::exists(QStringLiteral("/var/log/device-calls.log")), "must run in simdevice/device-sandbox");
         QVERIFY(::mount("flash", "/usr/local", "tmpfs", 0, "size=64m") == 0 && m_maker.isValid());
         QFile::link(kShare, QStringLiteral("/share-link"));
         for (const QString& file : kFiles)

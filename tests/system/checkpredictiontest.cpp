@@ -55,7 +55,7 @@ void CheckPredictionTest::installsAsPredicted()
     }
 
     const QStringList device { "--help-version", "3.0.0", "--key", maker.publicKey(), stick };
-    const QString pack = TestPaths::build(QStringLiteral("tools/pack/pkgupdate-pack"));
+    const QString pack = TestPaths::build(QStringLiteral("pack/pkgupdate-pack"));
     const ToolResult check = runTool(pack, QStringList { "check" } + device);
     const ToolResult json = runTool(pack, QStringList { "check", "--json" } + device);
     const ToolResult run = runTool(TestPaths::source("tools/stick-simulator"),
@@ -103,8 +103,7 @@ void CheckPredictionTest::refusesWithoutWindow()
     QString text;
     for (const QStringList& arguments : QList<QStringList> { { "--bsp", "1.41.0", stick },
              { "--bsp", "1.7.0", "--key", maker.publicKey(), stick }, { "--json" }, { stick, "--key", "none" } }) {
-        const ToolResult result
-            = runTool(TestPaths::build("tools/pack/pkgupdate-pack"), QStringList("check") + arguments);
+        const ToolResult result = runTool(TestPaths::build("pack/pkgupdate-pack"), QStringList("check") + arguments);
         text += QStringLiteral("$ check %1\nexit %2\n%3%4\n")
                     .arg(arguments.join(' '))
                     .arg(result.exitCode)

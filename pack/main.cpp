@@ -1,6 +1,6 @@
 // pkgupdate-pack SUBCOMMAND [options]: builds, signs and checks update packages
 // with the installer's own rules. See pkgupdate-pack --help.
-#include "tools/pack/packcommands.h"
+#include "pack/packcommands.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>

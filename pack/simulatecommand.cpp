@@ -1,8 +1,8 @@
-#include "tools/pack/commandline.h"
-#include "tools/pack/deviceoptions.h"
-#include "tools/pack/packagefindings.h"
-#include "tools/pack/packcommands.h"
-#include "tools/pack/stickcheck.h"
+#include "pack/commandline.h"
+#include "pack/deviceoptions.h"
+#include "pack/packagefindings.h"
+#include "pack/packcommands.h"
+#include "pack/stickcheck.h"
 
 #include <QDir>
 #include <QProcess>
@@ -126,7 +126,7 @@ int simulate(const QStringList& arguments)
     QProcess run;
     run.setProcessChannelMode(QProcess::ForwardedChannels);
     run.setInputChannelMode(QProcess::ForwardedInputChannel);
-    run.start(QStringLiteral(PKGUPDATE_SOURCE_DIR "/tools/simulator/stick-run"),
+    run.start(QStringLiteral(PKGUPDATE_SOURCE_DIR "/simdevice/stick-run"),
         QStringList { QStringLiteral("--checks"), findings.fileName() } + runArguments(commandLine));
     if (!run.waitForFinished(-1) || run.exitStatus() != QProcess::NormalExit) {
         QTextStream(stderr) << "pkgupdate-pack simulate: " << run.errorString() << '\n';

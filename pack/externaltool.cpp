@@ -1,4 +1,4 @@
-#include "tools/pack/externaltool.h"
+#include "pack/externaltool.h"
 
 #include <QProcess>
 #include <QProcessEnvironment>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "discovery/updatepackage.h"
-#include "tools/pack/packagefindings.h"
+#include "pack/packagefindings.h"
 
 #include <QJsonObject>
 #include <QList>

@@ -1,7 +1,7 @@
-#include "tools/pack/packagefindings.h"
+#include "pack/packagefindings.h"
 
+#include "pack/externaltool.h"
 #include "system/csystem_vesta.h"
-#include "tools/pack/externaltool.h"
 
 #include <QDir>
 #include <QFileInfo>

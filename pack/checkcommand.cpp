@@ -1,10 +1,10 @@
 // pkgupdate-pack check: what the installer would do with a stick on a given
 // device, found with its own collector, package order and signature check.
 #include "discovery/cupdatecollector.h"
-#include "tools/pack/commandline.h"
-#include "tools/pack/deviceoptions.h"
-#include "tools/pack/packcommands.h"
-#include "tools/pack/stickcheck.h"
+#include "pack/commandline.h"
+#include "pack/deviceoptions.h"
+#include "pack/packcommands.h"
+#include "pack/stickcheck.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -10,7 +10,7 @@ class QWidget;
 // Watches the application's windows and writes, whenever something a tester
 // could see has changed, one snapshot of every named widget (screen position,
 // size, enabled and checked state, text) and of any open message box to
-// standard error. The window driver (tools/drive-window) reads the snapshots to
+// standard error. The window driver (simdevice/drive-window) reads the snapshots to
 // find where to click; nothing is ever changed in the watched program.
 // Texts shown in the message line ("message") are written the moment they are
 // painted, since an installation keeps the event loop (and the timer) busy.

@@ -1,7 +1,7 @@
-#include "tools/pack/deviceoptions.h"
+#include "pack/deviceoptions.h"
 
+#include "pack/stickcheck.h"
 #include "system/csystem_vesta.h"
-#include "tools/pack/stickcheck.h"
 
 #include <QFileInfo>
 

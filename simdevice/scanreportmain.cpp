@@ -2,8 +2,8 @@
 // the same collector and the same device facts as the installer itself. Runs on
 // the (simulated) device, since it reads /proc/version and the installed versions.
 #include "discovery/cupdatecollector.h"
+#include "pack/scanreport.h"
 #include "system/csystem_vesta.h"
-#include "tools/pack/scanreport.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

@@ -1,4 +1,4 @@
-#include "tools/pack/scanreport.h"
+#include "pack/scanreport.h"
 
 #include "ui/cmainwidget.h"
 

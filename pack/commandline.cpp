@@ -1,6 +1,6 @@
-#include "tools/pack/commandline.h"
+#include "pack/commandline.h"
 
-#include "tools/pack/packcommands.h"
+#include "pack/packcommands.h"
 
 #include <QTextStream>
 

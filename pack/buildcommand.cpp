@@ -1,9 +1,9 @@
 #include "discovery/updatepackage.h"
 #include "install/updateconf.h"
-#include "tools/pack/commandline.h"
-#include "tools/pack/externaltool.h"
-#include "tools/pack/packagefindings.h"
-#include "tools/pack/packcommands.h"
+#include "pack/commandline.h"
+#include "pack/externaltool.h"
+#include "pack/packagefindings.h"
+#include "pack/packcommands.h"
 
 #include <QDir>
 #include <QFile>

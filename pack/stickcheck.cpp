@@ -1,8 +1,8 @@
-#include "tools/pack/stickcheck.h"
+#include "pack/stickcheck.h"
 
 #include "discovery/cupdatecollector.h"
+#include "pack/scanreport.h"
 #include "system/csystem_vesta.h"
-#include "tools/pack/scanreport.h"
 #include "ui/cmainwidget.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/pack/commandline.h"
+#include "pack/commandline.h"
 
 #include <QList>
 #include <QString>
