@@ -1,12 +1,19 @@
 #include "pack/packagefindings.h"
 
+#include "discovery/cupdatecollector.h"
+#include "discovery/updatepackage.h"
+#include "install/updateconf.h"
 #include "pack/externaltool.h"
+#include "settings/cinitfile.h"
 #include "system/csystem_vesta.h"
+
+#include <algorithm>
 
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
+#include <QTemporaryFile>
 
 namespace {
 
@@ -15,6 +22,8 @@ const qint64 MB = 1024 * 1024;
 const qint64 DeviceUnpackBytesPerS = 1 * MB;
 // tmpfs keeps every file in whole pages.
 const qint64 Page = 4096;
+// The installed installer, which the hand-over starts with the stick's path.
+const QString InstalledInstaller = QStringLiteral("/usr/local/bin/pkgupdate");
 
 // One line of the archive's listing.
 struct Member {
@@ -22,6 +31,8 @@ struct Member {
     qint64 size = 0;
     QString path; // inside the package, "." for its top
     QString linkTarget; // of a symbolic link, as written
+    QString stored; // the name as stored, for extracting the member
+    QString permissions; // as "tar -tv" shows them after the type, e.g. "rwxr-xr-x"
 };
 
 // A name as "tar --quoting-style=c" writes it, without its double quotes.
@@ -73,15 +84,16 @@ bool listMembers(const QString& archivePath, QList<Member>& members, QString& fa
     }
     // mode owner/group size (or major,minor) date time "name" [-> "target" | link to "name"]
     static const QRegularExpression line(QStringLiteral(
-        R"re(^(\S)\S*\s+\S+\s+(\d+)(?:,\s*\d+)?\s+\S+\s+\S+\s+"((?:[^"\\]|\\.)*)"(?:\s+(?:->|link to)\s+"((?:[^"\\]|\\.)*)")?$)re"));
+        R"re(^(\S)(\S*)\s+\S+\s+(\d+)(?:,\s*\d+)?\s+\S+\s+\S+\s+"((?:[^"\\]|\\.)*)"(?:\s+(?:->|link to)\s+"((?:[^"\\]|\\.)*)")?$)re"));
     for (const QString& text : QString::fromUtf8(tar.output).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const QRegularExpressionMatch match = line.match(text);
         if (!match.hasMatch()) {
             failure = QStringLiteral("tar lists a line that is not understood: ") + text;
             return false;
         }
-        members.append({ match.captured(1).at(0), match.captured(2).toLongLong(),
-            memberPath(unquoted(match.captured(3))), unquoted(match.captured(4)) });
+        const QString stored = unquoted(match.captured(4));
+        members.append({ match.captured(1).at(0), match.captured(3).toLongLong(), memberPath(stored),
+            unquoted(match.captured(5)), stored, match.captured(2) });
     }
     return true;
 }
@@ -117,10 +129,12 @@ QList<PackageFinding> linkFindings(const QList<Member>& members)
         if (member.linkTarget.startsWith(QLatin1Char('/')) || target == QLatin1String("..")
             || target.startsWith(QLatin1String("../"))) {
             findings.append({ PackageFinding::Refusal,
-                QStringLiteral("link %1 points out of the package (%2)").arg(quotedPath, member.linkTarget) });
+                QStringLiteral("link %1 points out of the package (%2)").arg(quotedPath, member.linkTarget),
+                "link-out-of-package" });
         } else if (directories.contains(target)) {
             findings.append({ PackageFinding::Refusal,
-                QStringLiteral("link %1 is a link to a directory (%2)").arg(quotedPath, member.linkTarget) });
+                QStringLiteral("link %1 is a link to a directory (%2)").arg(quotedPath, member.linkTarget),
+                "link-to-directory" });
         }
     }
     return findings;
@@ -150,7 +164,8 @@ QList<PackageFinding> sizeFindings(const QList<Member>& members, qint64 archiveB
         findings.append({ PackageFinding::Warning,
             QStringLiteral("unpacks to %1, more than the %2 MB RAM disk holds")
                 .arg(sizeText(unpacked))
-                .arg(kTmpfsBiggerMb) });
+                .arg(kTmpfsBiggerMb),
+            "larger-than-ram-disk" });
     }
     const double budgetS = SystemBudgets().unpackBudgetMs(archiveBytes) / 1000.0;
     const double neededS = double(unpacked) / DeviceUnpackBytesPerS;
@@ -161,24 +176,234 @@ QList<PackageFinding> sizeFindings(const QList<Member>& members, qint64 archiveB
                 .arg(sizeText(unpacked), sizeText(archiveBytes))
                 .arg(DeviceUnpackBytesPerS / MB)
                 .arg(neededS, 0, 'f', 0)
-                .arg(budgetS, 0, 'f', 0) });
+                .arg(budgetS, 0, 'f', 0),
+            "unpack-time" });
     }
     return findings;
 }
 
+// The member stored at path, links not followed; nullptr when there is none.
+const Member* memberAt(const QList<Member>& members, const QString& path)
+{
+    const auto found
+        = std::find_if(members.begin(), members.end(), [&path](const Member& member) { return member.path == path; });
+    return found == members.end() ? nullptr : &*found;
+}
+
+// What a copy finds at a path of the package: links inside it followed.
+const Member* fileAt(const QList<Member>& members, QString path)
+{
+    const Member* member = memberAt(members, path);
+    for (int hops = 0; member && member->type == QLatin1Char('l') && hops < 16; ++hops) {
+        const QString parent = parentOf(member->path);
+        path = QDir::cleanPath(
+            parent == QLatin1String(".") ? member->linkTarget : parent + QLatin1Char('/') + member->linkTarget);
+        member = memberAt(members, path);
+    }
+    return member && member->type != QLatin1Char('l') ? member : nullptr;
+}
+
+// A member's contents, from the archive without unpacking the rest.
+QByteArray contentsOf(const QString& archivePath, const Member& member)
+{
+    return runExternal(QStringLiteral("tar"),
+        { QStringLiteral("--extract"), QStringLiteral("--to-stdout"), QStringLiteral("--bzip2"),
+            QStringLiteral("--file"), archivePath, QStringLiteral("--"), member.stored })
+        .output;
+}
+
+// The contents as a file, for the installer's own readers, which take a path.
+struct MemberFile {
+    QTemporaryFile file;
+    MemberFile(const QString& archivePath, const Member& member)
+    {
+        if (file.open()) {
+            file.write(contentsOf(archivePath, member));
+            file.close();
+        }
+    }
+    QString path() { return file.fileName(); }
+};
+
+PackageFinding fault(const char* kind, const QString& text)
+{
+    return { PackageFinding::Fault, text, kind };
+}
+
+// The installer refuses a DELETE that is relative or takes the root, its keys or
+// itself with it; here without the device's links, which the host cannot know.
+bool deleteRefused(const QString& path)
+{
+    if (path.isEmpty())
+        return false;
+    const QString target = QDir::cleanPath(path);
+    if (QDir::isRelativePath(path) || target == QLatin1String("/"))
+        return true;
+    const QString share = QFileInfo(UpdateKeys::standardKey()).path();
+    for (const QString& kept : { share, UpdateKeys::standardKey(), UpdateKeys::bsp141Key(), InstalledInstaller }) {
+        if (kept == target || kept.startsWith(target + QLatin1Char('/')))
+            return true;
+    }
+    return false;
+}
+
+// Where each file of the package lands on the device: its path there and the
+// package's member copied to it (tree mode copies links as links).
+struct Placement {
+    QString devicePath;
+    const Member* member;
+};
+
+// Files mode: each FILE_LIST name copied (links followed) to its DEST_FILEn.
+QList<PackageFinding> placeListed(
+    const QMap<QString, QString>& script, const QList<Member>& members, QList<Placement>& placed)
+{
+    QList<PackageFinding> findings;
+    const QStringList names = script.value(QStringLiteral("FILE_LIST")).split(QLatin1Char(' '));
+    for (int number = 1; number <= names.size(); ++number) {
+        const QString name = names.at(number - 1);
+        const QString directory = script.value(QStringLiteral("DEST_FILE%1").arg(number));
+        const Member* stored = name.isEmpty() ? nullptr : memberAt(members, memberPath(name));
+        const Member* member = name.isEmpty() ? nullptr : fileAt(members, memberPath(name));
+        if (directory.isEmpty() || QDir::isRelativePath(directory)) {
+            findings << fault("destination-not-absolute",
+                QStringLiteral("DEST_FILE%1 is '%2', not an absolute directory: the device copies '%3' to '%4'")
+                    .arg(number)
+                    .arg(directory, name, directory + QLatin1Char('/') + name));
+        }
+        if (member && member->type == QLatin1Char('-')) {
+            placed.append({ QDir::cleanPath(QLatin1Char('/') + directory + QLatin1Char('/') + name), member });
+        } else if (stored && stored->type == QLatin1Char('l')) {
+            findings << fault("dangling-link",
+                QStringLiteral("'%1' is a link that names no file of the package: the device copies nothing to %2 "
+                               "(give the file itself)")
+                    .arg(name, directory));
+        } else {
+            findings << fault("copy-fails",
+                QStringLiteral("FILE_LIST's name %1 '%2' is no file of the package: its copy fails")
+                    .arg(number)
+                    .arg(name));
+        }
+    }
+    return findings;
+}
+
+// A new installer is started as "/usr/local/bin/pkgupdate STICK": that file must
+// be an executable launcher script, as the installer itself refuses a lone path.
+QList<PackageFinding> handOverFindings(
+    const QString& archivePath, const QList<Member>& members, const QList<Placement>& placed)
+{
+    for (const Placement& placement : placed) {
+        if (placement.devicePath != InstalledInstaller)
+            continue;
+        const Member* member = fileAt(members, placement.member->path);
+        const QChar ownerExecute = member ? member->permissions.at(2) : QLatin1Char('-');
+        if (ownerExecute != QLatin1Char('x') && ownerExecute != QLatin1Char('s')) {
+            return { fault("hand-over-fails",
+                QStringLiteral("%1 is not executable: the device cannot start the new installer and its "
+                               "application stays stopped")
+                    .arg(InstalledInstaller)) };
+        }
+        if (!contentsOf(archivePath, *member).startsWith("#!")) {
+            return { fault("hand-over-fails",
+                QStringLiteral("%1 is not a launcher script: the hand-over starts it with the stick's path alone, "
+                               "which the installer refuses (exit 3, \"Unknowen parameter\"), and the device's "
+                               "application stays stopped; install a launcher there that starts the installer "
+                               "with -qws and the path")
+                    .arg(InstalledInstaller)) };
+        }
+    }
+    return {};
+}
+
+// The installed help files' version is read from the version.txt they bring.
+QList<PackageFinding> helpVersionFindings(
+    const QString& archivePath, const QList<Placement>& placed, const CVersion& named)
+{
+    const QString versionFile = CollectorEnvironment().helpVersionFile;
+    for (const Placement& placement : placed) {
+        if (placement.devicePath != versionFile)
+            continue;
+        MemberFile file(archivePath, *placement.member);
+        QString path = file.path();
+        const CVersion brought = ReadVersion(path, QStringLiteral("version"));
+        if (brought != named) {
+            return { fault("help-version-differs",
+                QStringLiteral("%1 says version %2, the name %3: once installed the device reads %2")
+                    .arg(versionFile, brought.toString(), named.toString())) };
+        }
+    }
+    return {};
+}
+
+// What the installer would get wrong following the package's UPDATE.CONF, read
+// with its own reader.
+QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Member>& members)
+{
+    const Member* conf = fileAt(members, QStringLiteral("UPDATE.CONF"));
+    if (!conf || conf->type != QLatin1Char('-'))
+        return { fault("update-conf-missing",
+            QStringLiteral("no UPDATE.CONF at the top: the device stops with \"UPDATE.CONF not found!\"")) };
+    MemberFile confFile(archivePath, *conf);
+    const QMap<QString, QString> script = readUpdateConf(confFile.path());
+    QList<PackageFinding> findings;
+    const QString remove = script.value(QStringLiteral("DELETE"));
+    if (deleteRefused(remove)) {
+        findings << fault("delete-refused",
+            QStringLiteral("the installer refuses DELETE '%1' (\"File delete error!\", nothing installed): it takes "
+                           "an absolute directory that holds neither the keys nor the installer")
+                .arg(remove));
+    }
+    QList<Placement> placed;
+    if (script.contains(QStringLiteral("DEST_FILE1"))) {
+        findings << placeListed(script, members, placed);
+    } else {
+        for (const Member& member : members)
+            placed.append({ QLatin1Char('/') + member.path, &member });
+    }
+    UpdatePackage record { QFileInfo(archivePath) };
+    parseName(record, QString());
+    if (record.priority == KindInstaller)
+        findings << handOverFindings(archivePath, members, placed);
+    if (record.priority == KindHelpFiles)
+        findings << helpVersionFindings(archivePath, placed, record.version);
+    return findings;
+}
+
 } // namespace
+
+QList<PackageFinding> nameFindings(const QString& archiveName)
+{
+    QList<PackageFinding> findings;
+    static const QRegularExpression blank(QStringLiteral("\\s"));
+    if (archiveName.contains(blank)) {
+        findings << fault("blank-in-name",
+            QStringLiteral("the file name holds a blank: the device's signature check (openssl) splits its command "
+                           "there and fails; rename the package"));
+    }
+    UpdatePackage record { QFileInfo(archiveName) };
+    parseName(record, QString());
+    static const QRegularExpression plainVersion(QStringLiteral("^(\\d+\\.\\d+\\.\\d+|\\d+)$"));
+    if (record.priority != KindUnrecognised && !plainVersion.match(record.versionText).hasMatch()) {
+        findings << fault("version-read-differently",
+            QStringLiteral("the device reads the version '%1' as %2 (it reads a.b.c or one number)")
+                .arg(record.versionText, record.selected ? record.version.toString() : QStringLiteral("unknown")));
+    }
+    return findings;
+}
 
 QList<PackageFinding> packageFindings(const QString& archivePath)
 {
     QList<Member> members;
     QString failure;
     if (!listMembers(archivePath, members, failure))
-        return { { PackageFinding::Unreadable, failure } };
-    return linkFindings(members) + sizeFindings(members, QFileInfo(archivePath).size());
+        return { { PackageFinding::Unreadable, failure, "unreadable" } };
+    return linkFindings(members) + sizeFindings(members, QFileInfo(archivePath).size())
+        + nameFindings(QFileInfo(archivePath).fileName()) + scriptFindings(archivePath, members);
 }
 
 QString findingLine(const QString& archiveName, const PackageFinding& finding)
 {
-    static const char* const words[] = { "refused", "warning", "unreadable" };
+    static const char* const words[] = { "refused", "warning", "unreadable", "fails on the device" };
     return QStringLiteral("%1: %2: %3").arg(archiveName, QLatin1String(words[finding.severity]), finding.text);
 }

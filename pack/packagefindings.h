@@ -10,13 +10,25 @@ struct PackageFinding {
         Refusal, // the package must not be built or installed (a link to a directory or out of the package)
         Warning, // it installs, but may not as meant (too large for the RAM disk, unpack time budget)
         Unreadable, // the archive cannot be listed
+        Fault, // the device shows an error, refuses it or installs it other than meant
     };
     Severity severity;
     QString text; // e.g. "link 'usr/share/x' is a link to a directory (../y)"
+    // A stable identifier for scripts, e.g. "link-to-directory", "delete-refused".
+    const char* kind = "";
 };
 
-// Lists the archive (a bzip2 tar) and returns its findings, refusals first.
+// Lists the archive (a bzip2 tar) and returns its findings, refusals first: its
+// links, its size, and what the installer would get wrong following its
+// UPDATE.CONF (a DELETE it refuses, a destination that is not absolute, a copy
+// that fails, a hand-over that would not start, a help-files version that differs
+// from the name's), and what the device reads differently in its file name.
 [[nodiscard]] QList<PackageFinding> packageFindings(const QString& archivePath);
 
-// "<archive file name>: refused: <text>", "...: warning: ...", "...: unreadable: ...".
+// What the device reads differently from the archive's file name: a blank (its
+// commands are split at blanks), a version that does not read as it looks.
+[[nodiscard]] QList<PackageFinding> nameFindings(const QString& archiveName);
+
+// "<archive file name>: refused: <text>", "...: warning: ...", "...: unreadable: ...",
+// "...: fails on the device: ...".
 [[nodiscard]] QString findingLine(const QString& archiveName, const PackageFinding& finding);

@@ -53,16 +53,9 @@ const QList<CCommandLine::Option> RunOptions = {
     { "interactive", nullptr, "show the window on $DISPLAY and let the user work it" },
 };
 
-// The device options only the simulated device takes, after the shared ones.
-const QList<CCommandLine::Option> MoreDeviceOptions = {
-    { "program-exit", "CODE", "the exit status of \"corvane -v\" (default: 0)" },
-    { "no-program", nullptr, "the device has no /usr/local/bin/corvane" },
-    { "config", "FILE", "the device options above from FILE, one \"option value\"\na line (\"bsp 1.41.0\")" },
-};
-
 QList<CCommandLine::Option> simulateOptions()
 {
-    return RunOptions + DeviceOptions::options() + MoreDeviceOptions;
+    return RunOptions + DeviceOptions::options();
 }
 
 // The findings of the stick's archives, one line each, as the build command prints them.
@@ -83,11 +76,12 @@ bool writeFindings(const QString& stick, QTemporaryFile& file)
     return true;
 }
 
-// The options as the stick run takes them, in the long form.
-QStringList runArguments(const CCommandLine& commandLine)
+// The run's own options as the stick run takes them, in the long form, and the
+// device as read once here (a --config file included).
+QStringList runArguments(const CCommandLine& commandLine, const CheckedDevice& device)
 {
     QStringList arguments;
-    for (const CCommandLine::Option& option : simulateOptions()) {
+    for (const CCommandLine::Option& option : RunOptions) {
         const QString flag = QStringLiteral("--") + QLatin1String(option.name);
         if (!option.valueName && commandLine.isSet(option.name))
             arguments << flag;
@@ -96,7 +90,7 @@ QStringList runArguments(const CCommandLine& commandLine)
     }
     if (!commandLine.isSet("build"))
         arguments << QStringLiteral("--build") << QStringLiteral(PKGUPDATE_BINARY_DIR);
-    return arguments + commandLine.positional();
+    return arguments + DeviceOptions::arguments(device) + commandLine.positional();
 }
 
 } // namespace
@@ -112,7 +106,7 @@ int simulate(const QStringList& arguments)
         return commandLine.usageError(QStringLiteral("needs exactly one STICK"));
     if (!QFileInfo(sticks.constFirst()).isDir())
         return commandLine.usageError(QStringLiteral("no directory '%1'").arg(sticks.constFirst()));
-    // The run reads the device options itself; they are checked here as check checks them.
+    // The device is read here once, as check reads it, and handed on resolved.
     CheckedDevice device;
     const QString wrongDevice = DeviceOptions::read(commandLine, device);
     if (!wrongDevice.isEmpty())
@@ -127,7 +121,7 @@ int simulate(const QStringList& arguments)
     run.setProcessChannelMode(QProcess::ForwardedChannels);
     run.setInputChannelMode(QProcess::ForwardedInputChannel);
     run.start(QStringLiteral(PKGUPDATE_SOURCE_DIR "/simdevice/stick-run"),
-        QStringList { QStringLiteral("--checks"), findings.fileName() } + runArguments(commandLine));
+        QStringList { QStringLiteral("--checks"), findings.fileName() } + runArguments(commandLine, device));
     if (!run.waitForFinished(-1) || run.exitStatus() != QProcess::NormalExit) {
         QTextStream(stderr) << "pkgupdate-pack simulate: " << run.errorString() << '\n';
         return ExitFailed;

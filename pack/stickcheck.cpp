@@ -30,7 +30,11 @@ CollectorEnvironment collectorEnvironment(const QTemporaryDir& files, const Chec
     environment.programPath = files.filePath(QStringLiteral("corvane"));
     const QString answer = files.filePath(QStringLiteral("answer"));
     writeText(answer, device.programAnswer.toLocal8Bit() + '\n');
-    writeText(environment.programPath, "#!/bin/sh\nexec cat '" + answer.toLocal8Bit() + "'\n");
+    const QByteArray exit = "\nexit " + QByteArray::number(device.programExit) + '\n';
+    if (device.program == CheckedDevice::Answers)
+        writeText(environment.programPath, "#!/bin/sh\ncat '" + answer.toLocal8Bit() + "'" + exit);
+    if (device.program == CheckedDevice::Hangs)
+        writeText(environment.programPath, "#!/bin/sh\nexec sleep 3600\n");
     QFile::setPermissions(environment.programPath, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     environment.helpVersionFile = files.filePath(QStringLiteral("version.txt"));
     if (!device.helpVersion.isEmpty())
@@ -48,8 +52,28 @@ QString hostKeyFor(const QString& keyFile, const CheckedDevice& device)
     return QString();
 }
 
+// The stick and the key where the device has them, under paths without blanks:
+// the installer's openssl command is split at blanks, and the device sees the
+// stick at its own mount point, whatever the host's path to it is. The stick is
+// a link to the host's directory, the key a copy.
+struct MountedStick {
+    QTemporaryDir directory { QStringLiteral("/tmp/pkgupdate-pack-check-XXXXXX") };
+    QString stick;
+    QString key;
+
+    MountedStick(const QString& hostStick, const QString& hostKey)
+        : stick(directory.filePath(QStringLiteral("usb")))
+    {
+        (void)QFile::link(hostStick, stick); // a failed link fails every signature, as reported
+        if (!hostKey.isEmpty()) {
+            key = directory.filePath(QStringLiteral("key.pem"));
+            (void)QFile::copy(hostKey, key);
+        }
+    }
+};
+
 // Only rows that can be ticked are ever verified by the installer.
-void verify(CheckedPackage& row, const StickCheck& check)
+void verify(CheckedPackage& row, const StickCheck& check, const MountedStick& mounted)
 {
     if (row.record.error != ErrorNone)
         return;
@@ -61,7 +85,8 @@ void verify(CheckedPackage& row, const StickCheck& check)
     }
     // An unknown BSP selects no key; the installer then runs openssl without one.
     QString error;
-    const bool verified = verifyPackageSignature(check.hostKey, row.record.file, SystemBudgets(), error);
+    const QFileInfo onDevice(mounted.stick + QLatin1Char('/') + row.record.file.fileName());
+    const bool verified = verifyPackageSignature(mounted.key, onDevice, SystemBudgets(), error);
     row.signature = verified ? CheckedPackage::Verified : CheckedPackage::Failed;
     row.signatureText = verified ? QStringLiteral("Verified OK") : error;
 }
@@ -124,16 +149,31 @@ void followInstall(StickCheck& check)
     }
 }
 
-int countFindings(const StickCheck& check)
+// Every finding, each with its stable kind: the stick's, each row's, Install's.
+QList<StickFinding> listFindings(const StickCheck& check)
 {
-    int count = check.truncated ? 1 : 0;
+    QList<StickFinding> findings;
+    if (check.truncated)
+        findings.append({ "more-than-six", QString(), QStringLiteral("only the first packages by name are taken") });
     for (const CheckedPackage& row : check.rows) {
-        const bool signatureFails = row.record.error == ErrorNone && row.signature != CheckedPackage::Verified;
-        count += int(row.findings.size()) + (row.record.error != ErrorNone || signatureFails ? 1 : 0);
+        const QString file = row.record.file.fileName();
+        if (row.record.error != ErrorNone)
+            findings.append({ "red-row", file, ScanReport::stateText(row.record) });
+        else if (row.signature == CheckedPackage::Failed)
+            findings.append({ "signature-fails", file, row.signatureText });
+        else if (row.signature == CheckedPackage::NotChecked)
+            findings.append({ "signature-not-checked", file, row.signatureText });
+        for (const PackageFinding& finding : row.findings)
+            findings.append({ finding.kind, file, findingLine(file, finding).mid(file.size() + 2) });
     }
+    if (check.kindConflict)
+        findings.append({ "kind-conflict", QString(), check.refusal });
     // After a hand-over the new installer scans the same stick and offers the rest
     // at once; after a reboot nothing does.
-    return count + (check.kindConflict ? 1 : 0) + (check.next == HandOver ? 0 : int(check.leftOver.size()));
+    for (const QString& file : check.next == HandOver ? QStringList() : check.leftOver)
+        findings.append(
+            { "left-behind-by-reboot", file, QStringLiteral("pre-selected, not installed before the reboot") });
+    return findings;
 }
 
 QString indented(const QString& lines)
@@ -148,6 +188,17 @@ QString signatureWord(const CheckedPackage& row)
 {
     static const char* const words[] = { "not checked", "verified", "failed" };
     return QLatin1String(words[row.signature]);
+}
+
+// What the device's main application does when asked for its version.
+QString programText(const CheckedDevice& device)
+{
+    if (device.program == CheckedDevice::Missing)
+        return QStringLiteral("no /usr/local/bin/corvane");
+    if (device.program == CheckedDevice::Hangs)
+        return QStringLiteral("\"corvane -v\" never answers");
+    const QString text = QStringLiteral("\"corvane -v\" answers \"%1\"").arg(device.programAnswer);
+    return device.programExit == 0 ? text : text + QStringLiteral(" with exit status %1").arg(device.programExit);
 }
 
 QJsonValue textOrNull(const QString& text)
@@ -170,6 +221,7 @@ StickCheck checkStick(const QString& stick, const CheckedDevice& device)
     check.keyFile = UpdateKeys::forBsp(device.bsp);
     check.hostKey = hostKeyFor(check.keyFile, device);
 
+    const MountedStick mounted(stick, check.hostKey);
     // The window shows the collector's list sorted once.
     QList<UpdatePackage> shown = collector.packages;
     if (!shown.isEmpty())
@@ -177,20 +229,21 @@ StickCheck checkStick(const QString& stick, const CheckedDevice& device)
     for (const UpdatePackage& record : qAsConst(shown)) {
         CheckedPackage row;
         row.record = record;
-        verify(row, check);
+        verify(row, check, mounted);
         row.findings = packageFindings(record.file.absoluteFilePath());
         check.rows.append(row);
     }
     followInstall(check);
-    check.findingCount = countFindings(check);
+    check.findings = listFindings(check);
+    check.findingCount = int(check.findings.size());
     return check;
 }
 
 QString checkReportText(const StickCheck& check)
 {
     const CheckedDevice& device = check.device;
-    QString text = QStringLiteral("Stick: %1\nDevice: BSP %2, \"corvane -v\" answers \"%3\", help files %4\n")
-                       .arg(check.stick, device.bsp, device.programAnswer,
+    QString text = QStringLiteral("Stick: %1\nDevice: BSP %2, %3, help files %4\n")
+                       .arg(check.stick, device.bsp, programText(device),
                            device.helpVersion.isEmpty() ? QStringLiteral("without version.txt")
                                                         : QStringLiteral("version ") + device.helpVersion);
     text
@@ -230,6 +283,10 @@ QString checkReportText(const StickCheck& check)
         text += QStringLiteral("  %1: not installed, pre-selected but left for the next run\n").arg(archive);
     text += QStringLiteral("  Next: %1\n").arg(check.next);
     text += QStringLiteral("\n== Findings: %1\n").arg(check.findingCount);
+    for (const StickFinding& finding : check.findings) {
+        const QString about = finding.file.isEmpty() ? QString() : finding.file + QStringLiteral(": ");
+        text += QStringLiteral("  %1  %2%3\n").arg(QLatin1String(finding.kind), about, finding.text);
+    }
     return text;
 }
 
@@ -240,19 +297,31 @@ QJsonObject checkReportJson(const StickCheck& check)
         const UpdatePackage& record = row.record;
         QJsonArray findings;
         for (const PackageFinding& finding : row.findings)
-            findings.append(findingLine(record.file.fileName(), finding));
+            findings.append(QJsonObject {
+                { "kind", QLatin1String(finding.kind) }, { "text", findingLine(record.file.fileName(), finding) } });
         rows.append(QJsonObject { { "file", record.file.fileName() }, { "shownAs", CMainWidget::typeName(record.name) },
             { "kind", record.priority },
             { "new", record.error == ErrorNone ? QJsonValue(record.version.toString()) : QJsonValue() },
-            { "installed", record.installed.toString() }, { "state", ScanReport::stateText(record) },
-            { "preselected", record.selected }, { "signature", signatureWord(row) },
-            { "signatureText", row.signatureText }, { "findings", findings } });
+            { "installed", record.installed.isUnknown() ? QJsonValue() : QJsonValue(record.installed.toString()) },
+            { "state", ScanReport::stateText(record) }, { "preselected", record.selected },
+            { "signature", signatureWord(row) }, { "signatureText", row.signatureText }, { "findings", findings } });
+    }
+    QJsonArray findings;
+    for (const StickFinding& finding : check.findings) {
+        findings.append(QJsonObject {
+            { "kind", QLatin1String(finding.kind) }, { "file", textOrNull(finding.file) }, { "text", finding.text } });
     }
     const CheckedDevice& device = check.device;
     return QJsonObject {
+        // Raised when a key changes its meaning or goes; new keys may come without.
+        { "schema", 1 },
         { "stick", check.stick },
         { "device",
-            QJsonObject { { "bsp", device.bsp }, { "programAnswer", device.programAnswer },
+            QJsonObject { { "bsp", device.bsp },
+                { "programAnswer",
+                    device.program == CheckedDevice::Answers ? QJsonValue(device.programAnswer) : QJsonValue() },
+                { "programExit",
+                    device.program == CheckedDevice::Answers ? QJsonValue(device.programExit) : QJsonValue() },
                 { "helpVersion", textOrNull(device.helpVersion) }, { "keyFile", textOrNull(check.keyFile) },
                 { "hostKey", textOrNull(check.hostKey) } } },
         { "truncated", check.truncated },
@@ -262,6 +331,7 @@ QJsonObject checkReportJson(const StickCheck& check)
                 { "stoppedAt", textOrNull(check.stoppedAt) },
                 { "leftOver", QJsonArray::fromStringList(check.leftOver) }, { "refusal", textOrNull(check.refusal) },
                 { "next", check.next } } },
-        { "findings", check.findingCount },
+        { "findings", findings },
+        { "findingCount", check.findingCount },
     };
 }

@@ -13,7 +13,9 @@
 // files in its share directory. The defaults are those of the simulated device.
 struct CheckedDevice {
     QString bsp = QStringLiteral("1.36.0");
-    QString programAnswer = QStringLiteral("3.0.0"); // standard output of "corvane -v", exit code 0
+    QString programAnswer = QStringLiteral("3.0.0"); // standard output of "corvane -v"
+    int programExit = 0; // its exit status
+    enum Program { Answers, Hangs, Missing } program = Answers; // whether "corvane -v" answers at all
     QString helpVersion; // the "version" key of help/version.txt; empty: no such file
     QString key; // host file holding the device's key of BSP 1.7.0 and 1.36.0
     QString key141; // host file holding the device's key of BSP 1.41.0
@@ -25,6 +27,13 @@ struct CheckedPackage {
     enum Signature { NotChecked, Verified, Failed } signature = NotChecked;
     QString signatureText; // the installer's error text when Failed; why not when NotChecked
     QList<PackageFinding> findings;
+};
+
+// One thing the device would show in red, refuse or get wrong.
+struct StickFinding {
+    const char* kind; // stable, for scripts: "signature-fails", "red-row", or a PackageFinding's kind
+    QString file; // the archive it is about; empty for the stick as a whole
+    QString text;
 };
 
 // What the installer would do with a stick, found without its window.
@@ -42,6 +51,7 @@ struct StickCheck {
     QString refusal; // why Install would not start, or the text it would stop with
     bool kindConflict = false; // two pre-selected packages of one kind
     QString next; // what the device does afterwards
+    QList<StickFinding> findings;
     int findingCount = 0;
 };
 
