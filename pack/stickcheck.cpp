@@ -9,10 +9,14 @@
 #include <QJsonArray>
 #include <QTemporaryDir>
 
+#include <algorithm>
+
 namespace {
 
 const QString RestartAfterQuit = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
 const QString HandOver = QStringLiteral("start the new installer on the same stick");
+const QString NoHandOver
+    = QStringLiteral("nothing: the application stays stopped, as the new installer refuses to start");
 
 bool writeText(const QString& path, const QByteArray& text)
 {
@@ -91,6 +95,22 @@ void verify(CheckedPackage& row, const StickCheck& check, const MountedStick& mo
     row.signatureText = verified ? QStringLiteral("Verified OK") : error;
 }
 
+bool hasFinding(const CheckedPackage& row, const char* kind)
+{
+    return std::any_of(row.findings.begin(), row.findings.end(),
+        [kind](const PackageFinding& finding) { return qstrcmp(finding.kind, kind) == 0; });
+}
+
+// The message a verified package stops Install with, before anything is copied.
+QString stoppingFault(const CheckedPackage& row)
+{
+    if (hasFinding(row, "update-conf-missing"))
+        return QStringLiteral("UPDATE.CONF not found!");
+    if (hasFinding(row, "delete-refused"))
+        return QStringLiteral("File delete error!");
+    return QString();
+}
+
 const CheckedPackage* rowOf(const StickCheck& check, const UpdatePackage& record)
 {
     for (const CheckedPackage& row : check.rows) {
@@ -139,11 +159,19 @@ void followInstall(StickCheck& check)
                 check.next = QStringLiteral("unknown: a signature was not checked");
             return;
         }
+        // The update log gains every package whose signature is accepted.
+        check.logged << record.file.fileName();
+        const QString stop = stoppingFault(*row);
+        if (!stop.isEmpty()) {
+            check.stoppedAt = record.file.fileName();
+            check.refusal = stop;
+            return;
+        }
         check.installed << record.file.fileName();
         // A new installer or program ends the installation; what is pre-selected
         // after it waits for the next run.
         if (record.priority == KindInstaller)
-            check.next = HandOver;
+            check.next = hasFinding(*row, "hand-over-fails") ? NoHandOver : HandOver;
         if (record.priority == KindProgram)
             check.next = QStringLiteral("reboot the device once the stick is removed");
     }
@@ -169,10 +197,9 @@ QList<StickFinding> listFindings(const StickCheck& check)
     if (check.kindConflict)
         findings.append({ "kind-conflict", QString(), check.refusal });
     // After a hand-over the new installer scans the same stick and offers the rest
-    // at once; after a reboot nothing does.
+    // at once; after a reboot, or a hand-over that fails, nothing does.
     for (const QString& file : check.next == HandOver ? QStringList() : check.leftOver)
-        findings.append(
-            { "left-behind-by-reboot", file, QStringLiteral("pre-selected, not installed before the reboot") });
+        findings.append({ "left-behind", file, QStringLiteral("pre-selected, but Install ends before it") });
     return findings;
 }
 
@@ -327,7 +354,8 @@ QJsonObject checkReportJson(const StickCheck& check)
         { "truncated", check.truncated },
         { "rows", rows },
         { "install",
-            QJsonObject { { "installed", QJsonArray::fromStringList(check.installed) },
+            QJsonObject { { "logged", QJsonArray::fromStringList(check.logged) },
+                { "installed", QJsonArray::fromStringList(check.installed) },
                 { "stoppedAt", textOrNull(check.stoppedAt) },
                 { "leftOver", QJsonArray::fromStringList(check.leftOver) }, { "refusal", textOrNull(check.refusal) },
                 { "next", check.next } } },

@@ -45,6 +45,7 @@ struct StickCheck {
     QList<UpdatePackage> found; // as the collector listed them
     bool truncated = false;
     QList<CheckedPackage> rows; // in the order of the window's rows
+    QStringList logged; // archive names whose signature Install would accept, as update.log lists them
     QStringList installed; // archive names Install would install, in this order
     QString stoppedAt; // the archive whose verification would stop Install
     QStringList leftOver; // pre-selected archives Install never reaches: it ends with a hand-over or reboot first

@@ -39,6 +39,27 @@ void CheckPredictionTest::installsAsPredicted_data()
     QTest::newRow("reboot-leaves-help") << QStringList { "bin 1.36.0", "--name doc --version 3.0.1 --bsp 1.36.0" };
     // The installer first: it hands over, the help files are left to the new one.
     QTest::newRow("hand-over") << QStringList { "doc 1.36.0", "ins 1.36.0" };
+    // Mistakes of device makers: a DELETE the installer refuses; the installer's
+    // binary itself as /usr/local/bin/pkgupdate, which refuses the lone stick path
+    // of the hand-over; a relative destination.
+    QTest::newRow("delete-refused") << QStringList { "--name doc --version 3.1.0 --bsp 1.36.0 --delete /usr/local" };
+    QTest::newRow("hand-over-refused") << QStringList {
+        "--name ins --version 2.1.0 --bsp 1.36.0 BUILD/pkgupdate=/usr/local/bin"
+    };
+    QTest::newRow("relative-destination")
+        << QStringList { "--name bin --version 3.1.0 --bsp 1.36.0 SOURCE/README.md=usr/share" };
+}
+
+// A row's build options, with BUILD/ and SOURCE/ made paths, and a file when none is given.
+static QStringList buildArguments(const QString& row)
+{
+    QStringList arguments = QString(row)
+                                .replace("BUILD/", TestPaths::build(QString()))
+                                .replace("SOURCE/", TestPaths::source(QString()))
+                                .split(' ');
+    if (arguments.filter(QStringLiteral("=")).isEmpty())
+        arguments << TestPaths::source("README.md=/usr");
+    return arguments;
 }
 
 void CheckPredictionTest::installsAsPredicted()
@@ -46,11 +67,12 @@ void CheckPredictionTest::installsAsPredicted()
     QFETCH(QStringList, packages);
     QTemporaryDir row;
     const CPackageMaker maker(row.path());
-    const QString stick = row.filePath(QStringLiteral("stick"));
+    // A blank in the stick's path, as where a desktop mounts it: the device sees /media/usb.
+    const QString stick = row.filePath(QStringLiteral("USB DISK"));
     QVERIFY(QDir().mkpath(stick));
     for (const QString& package : packages) {
         QVERIFY(package.startsWith("--")
-                ? !maker.make("files", stick, package.split(' ') << TestPaths::source("README.md=/usr")).isEmpty()
+                ? !maker.make("files", stick, buildArguments(package)).isEmpty()
                 : maker.makeSample(package.section(' ', 0, 0), stick, package.section(' ', 1)));
     }
 
@@ -66,13 +88,15 @@ void CheckPredictionTest::installsAsPredicted()
     for (const QString& line : QString(readFile(row.filePath("out/device/root/usr/local/share/corvane/update.log"), ""))
                                    .split('\n', Qt::SkipEmptyParts))
         logged << line.section(' ', -1);
-    QCOMPARE(logged, install["installed"].toVariant().toStringList());
+    QCOMPARE(logged, install["logged"].toVariant().toStringList());
     // openssl's error lines start with its thread's number.
     const QRegularExpression thread(QStringLiteral("[0-9A-F]+:error:"));
     const QString stop = QString("??? Signature error= " + install["refusal"].toString()).replace(thread, "error:");
     QVERIFY2(install["stoppedAt"].isNull()
-            || QString(readFile(row.filePath("out/device/console"))).replace(thread, "error:").contains(stop),
+            || QString(readFile(row.filePath("out/device/console"))).replace(thread, "error:").contains(stop)
+            || readFile(row.filePath("out/messages.txt")).contains(install["refusal"].toString().toUtf8()),
         qPrintable(stop));
+    QCOMPARE(check.exitCode, run.exitCode);
     const QString next = run.output.section(QStringLiteral("== Next: "), 1);
     QCOMPARE(next.section(' ', 0, 2), install["next"].toString().section(' ', 0, 2));
 
@@ -83,12 +107,13 @@ void CheckPredictionTest::installsAsPredicted()
     text.replace(QRegularExpression("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ"), QStringLiteral("TIME"));
     text.replace(
         QRegularExpression("(Verification failure ; )[^\"\\n]*"), QStringLiteral("\\1(openssl's error lines)"));
-    text.replace(QRegularExpression("(update.log  \\d+) \\w+"), QStringLiteral("\\1 SUM"));
+    text.replace(QRegularExpression("((?:update.log|bin/pkgupdate)  \\d+) \\w+"), QStringLiteral("\\1 SUM"));
     QVERIFY(Golden::matches(QStringLiteral("system/data/check-%1.ref").arg(QTest::currentDataTag()), text));
 }
 
 // check alone: two pre-selected programs, a BSP whose key was not given, a
-// stick with nothing that can be ticked, wrong arguments.
+// stick with nothing that can be ticked, a device described by a config file
+// (options beside it win), wrong arguments and a config file with a wrong line.
 void CheckPredictionTest::refusesWithoutWindow()
 {
     QTemporaryDir row;
@@ -100,9 +125,14 @@ void CheckPredictionTest::refusesWithoutWindow()
              .make("files", stick,
                  { "--name", "bin_b", "--version", "3.1.0", "--bsp", "1.41.0", TestPaths::source("README.md=/usr") })
              .isEmpty());
+    const QString config = row.filePath(QStringLiteral("device.conf"));
+    QVERIFY(writeFile(config, "# the panel in the hall\nbsp 1.7.0\nno-program\n"));
+    QVERIFY(writeFile(row.filePath("wrong.conf"), "bsp 1.41.0\n\nbsb 1.36.0\n"));
     QString text;
-    for (const QStringList& arguments : QList<QStringList> { { "--bsp", "1.41.0", stick },
-             { "--bsp", "1.7.0", "--key", maker.publicKey(), stick }, { "--json" }, { stick, "--key", "none" } }) {
+    for (const QStringList& arguments :
+        QList<QStringList> { { "--bsp", "1.41.0", stick }, { "--bsp", "1.7.0", "--key", maker.publicKey(), stick },
+            { "--json" }, { stick, "--key", "none" }, { "--config", config, "--bsp", "1.41.0", stick },
+            { "--config", row.filePath("wrong.conf"), stick }, { "--program-exit", "x", stick } }) {
         const ToolResult result = runTool(TestPaths::build("pack/pkgupdate-pack"), QStringList("check") + arguments);
         text += QStringLiteral("$ check %1\nexit %2\n%3%4\n")
                     .arg(arguments.join(' '))
