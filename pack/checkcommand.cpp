@@ -27,9 +27,15 @@ CCommandLine::Help checkHelp()
                        "    row is pre-selected (the newest package of its kind, newer than what is\n"
                        "    installed), not selected, or red with the window's reason (wrong BSP,\n"
                        "    missing signature file);\n"
-                       "  - which signatures verify with the public key the device's BSP selects;\n"
+                       "  - which signatures verify with the public key the device's BSP selects,\n"
+                       "    with the stick where the device has it (/media/usb, no blanks);\n"
                        "  - what the package checks find: links the installer handles badly, packages\n"
-                       "    too large for the RAM disk or for the unpack time budget;\n"
+                       "    too large for the RAM disk or for the unpack time budget, and what the\n"
+                       "    device would refuse or get wrong: a DELETE it refuses, a destination that\n"
+                       "    is not absolute, a copy that fails (a missing file, a link naming no file\n"
+                       "    of the package), an installer that would not start on the hand-over, a\n"
+                       "    help version.txt that differs from the name, a blank in a file name, a\n"
+                       "    version it reads differently;\n"
                        "  - in which order Install would install the pre-selected packages, where it\n"
                        "    would stop and what the device does next.\n"
                        "The defaults of the device options are those of the simulated device, so that\n"
@@ -43,9 +49,13 @@ CCommandLine::Help checkHelp()
                        "     nothing to report\n"
                        "  1  findings: a red row, a signature that fails or was not checked, a package\n"
                        "     check's finding, two pre-selected packages of one kind, a pre-selected\n"
-                       "     package left behind by the reboot a new program ends Install with,\n"
-                       "     more than %1 packages on the stick\n"
-                       "  2  wrong arguments\n")
+                       "     package left behind by the reboot a new program ends Install with (or\n"
+                       "     by a hand-over that fails), more than %1 packages on the stick; the\n"
+                       "     same stick and options make pkgupdate-pack simulate exit 1 too\n"
+                       "  2  wrong arguments, or a wrong line in the --config file\n\n"
+                       "--json writes an object with \"schema\": 1, the device, the rows, the install\n"
+                       "and \"findings\": a list of {\"kind\", \"file\", \"text\"}, kind a stable name\n"
+                       "such as \"signature-fails\" or \"delete-refused\"; unknown values are null.\n")
             .arg(limit),
     };
 }
