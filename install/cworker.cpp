@@ -152,18 +152,24 @@ bool CWorker::deleteScriptPath()
 
 bool CWorker::mayDelete(const QString& path)
 {
+    return deletePathAllowed(
+        path, { m_system.shareDir, m_system.UpdateKeyFile(), m_system.installerPath }, resolvedPath);
+}
+
+bool deletePathAllowed(const QString& path, const QStringList& kept, QString (*resolve)(const QString&))
+{
     // An empty value names nothing and removes nothing.
     if (path.isEmpty())
         return true;
     // A relative path would be taken against whatever the working directory is.
     if (QDir::isRelativePath(path))
         return false;
-    const QString target = resolvedPath(path);
+    const QString target = resolve(path);
     if (target == QLatin1String("/"))
         return false;
     // Without the keys no package verifies again; without the installer none installs.
-    for (const QString& kept : { m_system.shareDir, m_system.UpdateKeyFile(), m_system.installerPath }) {
-        const QString keptPath = resolvedPath(kept);
+    for (const QString& keptFile : kept) {
+        const QString keptPath = keptFile.isEmpty() ? QString() : resolve(keptFile);
         if (!keptPath.isEmpty() && (keptPath == target || keptPath.startsWith(target + QLatin1Char('/'))))
             return false;
     }

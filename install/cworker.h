@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -20,6 +21,11 @@ enum InstallResult {
     InstallProgram = 3, // a program package was installed: reboot
     InstallFailed = 10, // a package failed; processing stopped there
 };
+
+// The installer's rule for the script's DELETE: false for a path that is relative,
+// or that, resolved with resolve, is the root or holds one of the kept paths (the
+// share directory, the public key, the installed installer). An empty path is allowed.
+[[nodiscard]] bool deletePathAllowed(const QString& path, const QStringList& kept, QString (*resolve)(const QString&));
 
 // Installs the selected packages of a list, one after another, on the GUI
 // thread, and reports each step through message().

@@ -2,6 +2,7 @@
 
 #include "discovery/cupdatecollector.h"
 #include "discovery/updatepackage.h"
+#include "install/cworker.h"
 #include "install/updateconf.h"
 #include "pack/externaltool.h"
 #include "settings/cinitfile.h"
@@ -230,21 +231,13 @@ PackageFinding fault(const char* kind, const QString& text)
     return { PackageFinding::Fault, text, kind };
 }
 
-// The installer refuses a DELETE that is relative or takes the root, its keys or
-// itself with it; here without the device's links, which the host cannot know.
+// The installer's DELETE rule, with the device's links unknown to the host: the
+// path is resolved lexically.
 bool deleteRefused(const QString& path)
 {
-    if (path.isEmpty())
-        return false;
-    const QString target = QDir::cleanPath(path);
-    if (QDir::isRelativePath(path) || target == QLatin1String("/"))
-        return true;
-    const QString share = QFileInfo(UpdateKeys::standardKey()).path();
-    for (const QString& kept : { share, UpdateKeys::standardKey(), UpdateKeys::bsp141Key(), InstalledInstaller }) {
-        if (kept == target || kept.startsWith(target + QLatin1Char('/')))
-            return true;
-    }
-    return false;
+    const QStringList kept { QFileInfo(UpdateKeys::standardKey()).path(), UpdateKeys::standardKey(),
+        UpdateKeys::bsp141Key(), InstalledInstaller };
+    return !deletePathAllowed(path, kept, QDir::cleanPath);
 }
 
 // Where each file of the package lands on the device: its path there and the
