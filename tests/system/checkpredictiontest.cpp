@@ -37,6 +37,8 @@ void CheckPredictionTest::installsAsPredicted_data()
     QTest::newRow("reboot") << QStringList { "bin 1.36.0", "doc 1.36.0" };
     // Help files of a lower version than the program come after it: the reboot leaves them.
     QTest::newRow("reboot-leaves-help") << QStringList { "bin 1.36.0", "--name doc --version 3.0.1 --bsp 1.36.0" };
+    // Help files alone: the window stays open with "Ready", Quit restarts the application.
+    QTest::newRow("help-only") << QStringList { "doc 1.36.0" };
     // The installer first: it hands over, the help files are left to the new one.
     QTest::newRow("hand-over") << QStringList { "doc 1.36.0", "ins 1.36.0" };
     // Mistakes of device makers: a DELETE the installer refuses; the installer's
