@@ -305,8 +305,13 @@ QList<PackageFinding> handOverFindings(
                                "with -qws and the path")
                     .arg(InstalledInstaller)) };
         }
+        return {};
     }
-    return {};
+    return { fault("hand-over-fails",
+        QStringLiteral("the package brings no %1: the hand-over starts the installed installer with the stick's "
+                       "path alone, which it refuses (exit 3, \"Unknowen parameter\"), and the device's "
+                       "application stays stopped")
+            .arg(InstalledInstaller)) };
 }
 
 // The installed help files' version is read from the version.txt they bring.

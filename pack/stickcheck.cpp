@@ -16,7 +16,7 @@ namespace {
 const QString RestartAfterQuit = QStringLiteral("restart the application when Quit is pressed (the window stays open)");
 const QString HandOver = QStringLiteral("start the new installer on the same stick");
 const QString NoHandOver
-    = QStringLiteral("nothing: the application stays stopped, as the new installer refuses to start");
+    = QStringLiteral("nothing: the application stays stopped, as the installer the hand-over starts refuses the path");
 
 bool writeText(const QString& path, const QByteArray& text)
 {

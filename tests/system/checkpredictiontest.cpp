@@ -43,11 +43,12 @@ void CheckPredictionTest::installsAsPredicted_data()
     QTest::newRow("hand-over") << QStringList { "doc 1.36.0", "ins 1.36.0" };
     // Mistakes of device makers: a DELETE the installer refuses; the installer's
     // binary itself as /usr/local/bin/pkgupdate, which refuses the lone stick path
-    // of the hand-over; a relative destination.
+    // of the hand-over; an installer package without it; a relative destination.
     QTest::newRow("delete-refused") << QStringList { "--name doc --version 3.1.0 --bsp 1.36.0 --delete /usr/local" };
     QTest::newRow("hand-over-refused") << QStringList {
         "--name ins --version 2.1.0 --bsp 1.36.0 BUILD/pkgupdate=/usr/local/bin"
     };
+    QTest::newRow("installer-missing") << QStringList { "--name ins --version 2.1.0 --bsp 1.36.0" };
     QTest::newRow("relative-destination")
         << QStringList { "--name bin --version 3.1.0 --bsp 1.36.0 SOURCE/README.md=usr/share" };
 }
