@@ -38,9 +38,10 @@ const CCommandLine::Help SimulateHelp = {
     "  0  the run ended normally\n"
     "  1  the run did not end as it should: a non-zero status, no follow-up (the\n"
     "     application left stopped), an error in the message line or a box, a red\n"
-    "     row, a package check's finding, files that could not be copied, a\n"
-    "     pre-selected package left behind by the reboot (the report's \"Did not\n"
-    "     end as it should\" section says which)\n"
+    "     row, a package check's finding, files that could not be copied, nothing\n"
+    "     pre-selected (unless --untick chose so), a pre-selected package left\n"
+    "     behind by the reboot (the report's \"Did not end as it should\" section\n"
+    "     says which)\n"
     "  2  wrong arguments\n"
     "  4  the run could not start\n",
 };

@@ -196,6 +196,9 @@ QList<StickFinding> listFindings(const StickCheck& check)
     }
     if (check.kindConflict)
         findings.append({ "kind-conflict", QString(), check.refusal });
+    if (!check.rows.isEmpty() && check.logged.isEmpty() && check.stoppedAt.isEmpty() && !check.kindConflict)
+        findings.append(
+            { "nothing-preselected", QString(), QStringLiteral("Install is disabled: it installs nothing") });
     // After a hand-over the new installer scans the same stick and offers the rest
     // at once; after a reboot, or a hand-over that fails, nothing does.
     for (const QString& file : check.next == HandOver ? QStringList() : check.leftOver)
