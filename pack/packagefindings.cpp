@@ -223,7 +223,7 @@ struct MemberFile {
             file.close();
         }
     }
-    QString path() { return file.fileName(); }
+    [[nodiscard]] QString path() const { return file.fileName(); }
 };
 
 PackageFinding fault(const char* kind, const QString& text)
@@ -290,7 +290,7 @@ QList<PackageFinding> handOverFindings(
         if (placement.devicePath != InstalledInstaller)
             continue;
         const Member* member = fileAt(members, placement.member->path);
-        const QChar ownerExecute = member ? member->permissions.at(2) : QLatin1Char('-');
+        const QChar ownerExecute = member && member->permissions.size() > 2 ? member->permissions.at(2) : QChar();
         if (ownerExecute != QLatin1Char('x') && ownerExecute != QLatin1Char('s')) {
             return { fault("hand-over-fails",
                 QStringLiteral("%1 is not executable: the device cannot start the new installer and its "
