@@ -292,13 +292,13 @@ QList<PackageFinding> handOverFindings(
         const Member* member = fileAt(members, placement.member->path);
         const QChar ownerExecute = member && member->permissions.size() > 2 ? member->permissions.at(2) : QChar();
         if (ownerExecute != QLatin1Char('x') && ownerExecute != QLatin1Char('s')) {
-            return { fault("hand-over-fails",
+            return { fault(FindingKind::HandOverFails,
                 QStringLiteral("%1 is not executable: the device cannot start the new installer and its "
                                "application stays stopped")
                     .arg(InstalledInstaller)) };
         }
         if (!contentsOf(archivePath, *member).startsWith("#!")) {
-            return { fault("hand-over-fails",
+            return { fault(FindingKind::HandOverFails,
                 QStringLiteral("%1 is not a launcher script: the hand-over starts it with the stick's path alone, "
                                "which the installer refuses (exit 3, \"Unknowen parameter\"), and the device's "
                                "application stays stopped; install a launcher there that starts the installer "
@@ -307,7 +307,7 @@ QList<PackageFinding> handOverFindings(
         }
         return {};
     }
-    return { fault("hand-over-fails",
+    return { fault(FindingKind::HandOverFails,
         QStringLiteral("the package brings no %1: the hand-over starts the installed installer with the stick's "
                        "path alone, which it refuses (exit 3, \"Unknowen parameter\"), and the device's "
                        "application stays stopped")
@@ -340,14 +340,14 @@ QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Mem
 {
     const Member* conf = fileAt(members, QStringLiteral("UPDATE.CONF"));
     if (!conf || conf->type != QLatin1Char('-'))
-        return { fault("update-conf-missing",
+        return { fault(FindingKind::UpdateConfMissing,
             QStringLiteral("no UPDATE.CONF at the top: the device stops with \"UPDATE.CONF not found!\"")) };
     MemberFile confFile(archivePath, *conf);
     const QMap<QString, QString> script = readUpdateConf(confFile.path());
     QList<PackageFinding> findings;
     const QString remove = script.value(QStringLiteral("DELETE"));
     if (deleteRefused(remove)) {
-        findings << fault("delete-refused",
+        findings << fault(FindingKind::DeleteRefused,
             QStringLiteral("the installer refuses DELETE '%1' (\"File delete error!\", nothing installed): it takes "
                            "an absolute directory that holds neither the keys nor the installer")
                 .arg(remove));

@@ -18,6 +18,13 @@ struct PackageFinding {
     const char* kind = "";
 };
 
+// The kinds of finding that change what Install does, not only what it installs.
+namespace FindingKind {
+inline constexpr char DeleteRefused[] = "delete-refused"; // Install stops: "File delete error!"
+inline constexpr char UpdateConfMissing[] = "update-conf-missing"; // Install stops: "UPDATE.CONF not found!"
+inline constexpr char HandOverFails[] = "hand-over-fails"; // the application stays stopped
+} // namespace FindingKind
+
 // Lists the archive (a bzip2 tar) and returns its findings, refusals first: its
 // links, its size, and what the installer would get wrong following its
 // UPDATE.CONF (a DELETE it refuses, a destination that is not absolute, a copy

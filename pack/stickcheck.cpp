@@ -104,9 +104,9 @@ bool hasFinding(const CheckedPackage& row, const char* kind)
 // The message a verified package stops Install with, before anything is copied.
 QString stoppingFault(const CheckedPackage& row)
 {
-    if (hasFinding(row, "update-conf-missing"))
+    if (hasFinding(row, FindingKind::UpdateConfMissing))
         return QStringLiteral("UPDATE.CONF not found!");
-    if (hasFinding(row, "delete-refused"))
+    if (hasFinding(row, FindingKind::DeleteRefused))
         return QStringLiteral("File delete error!");
     return QString();
 }
@@ -171,7 +171,7 @@ void followInstall(StickCheck& check)
         // A new installer or program ends the installation; what is pre-selected
         // after it waits for the next run.
         if (record.priority == KindInstaller)
-            check.next = hasFinding(*row, "hand-over-fails") ? NoHandOver : HandOver;
+            check.next = hasFinding(*row, FindingKind::HandOverFails) ? NoHandOver : HandOver;
         if (record.priority == KindProgram)
             check.next = QStringLiteral("reboot the device once the stick is removed");
     }
