@@ -6,6 +6,7 @@
 #include "install/creplacementbatch.h"
 #include "install/cworker.h"
 #include "system/csystemtemplate.h"
+#include "system/exitstatus.h"
 #include "system/removetree.h"
 #include "ui/cmainwidget.h"
 
@@ -24,9 +25,6 @@
 
 namespace {
 
-// Exit status when the RAM disk cannot be resized.
-const int RamDiskFailed = 11;
-
 QStringList argumentsOf(int argc, char** argv)
 {
     QStringList arguments;
@@ -41,16 +39,16 @@ int answerQuery(const CommandLine& line, const ProcessObjects& objects)
     switch (line.action) {
     case CommandLine::MissingArgument:
         qCritical("argc<2");
-        return 2;
+        return ExitStatus::MissingArgument;
     case CommandLine::PrintVersion:
         QTextStream(stdout) << objects.installerVersion.toString() << '\n';
-        return 0;
+        return ExitStatus::Done;
     case CommandLine::PrintBuild:
         QTextStream(stdout) << objects.installerBuild.toString() << '\n';
-        return 0;
+        return ExitStatus::Done;
     default:
         QTextStream(stderr) << "!!! ERROR  Unknowen parameter : " << line.argument << '\n';
-        return 3;
+        return ExitStatus::UnknownParameter;
     }
 }
 
@@ -90,7 +88,9 @@ int runWindow(const ProcessObjects& objects)
     return QApplication::exec();
 }
 
-// The action that follows the window: restart, hand-over or reboot.
+// The action that follows the window: restart, hand-over or reboot. A new
+// installer or a reboot that cannot be started is followed by the restart, so
+// that the panel is never left without a program on its screen.
 int followUp(int result, const QString& path, CSystemTemplate& system)
 {
     // Whatever was installed or set must survive the restart or reboot that follows.
@@ -98,14 +98,20 @@ int followUp(int result, const QString& path, CSystemTemplate& system)
         syncFileSystems();
     switch (result) {
     case ExitNewInstaller:
-        system.Installer(path);
-        return 0;
+        if (!system.Installer(path)) {
+            qCritical("Hand-over failed: the application is started again");
+            system.Start_CV3();
+        }
+        return ExitStatus::Done;
     case ExitReboot:
-        system.Reset();
-        return 0;
+        if (!system.Reset()) {
+            qCritical("Reboot failed: the application is started again");
+            system.Start_CV3();
+        }
+        return ExitStatus::Done;
     case ExitQuit:
         system.Start_CV3();
-        return 0;
+        return ExitStatus::Done;
     default:
         // The main application stays stopped.
         return result;
@@ -131,7 +137,7 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
     fonts->wait();
     if (!enlarged) {
         qCritical("Mount error RAM-Disk 1");
-        return RamDiskFailed;
+        return ExitStatus::RamDiskFailed;
     }
 
     int result = runWindow(objects);
@@ -142,7 +148,7 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
     qDebug() << "cleared" << objects.system.tempDir << cleared;
     if (!objects.system.Mount_Tmpf_Bigger(false)) {
         qCritical("Mount error RAM-Disk 2");
-        return RamDiskFailed;
+        return ExitStatus::RamDiskFailed;
     }
     qDebug() << "update ret=" << result;
     return followUp(result, path, objects.system);
@@ -167,12 +173,12 @@ int runInstaller(int& argc, char** argv, const ProcessObjects& objects)
     qWarning() << "update " << objects.installerVersion << "  " << objects.installerBuild;
     if (line.path.isEmpty()) {
         qWarning() << "Path is empty";
-        return 0;
+        return ExitStatus::Done;
     }
 
     const int found = objects.collector.scan(line.path);
     qWarning() << "update found " << found << " files in " << line.path;
     if (found == 0)
-        return 0;
+        return ExitStatus::Done;
     return runUpdate(argc, argv, line.path, objects);
 }
