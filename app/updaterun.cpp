@@ -17,6 +17,7 @@
 #include <QGenericPluginFactory>
 #include <QIcon>
 #include <QPixmap>
+#include <QScreen>
 #include <QTextStream>
 #include <QThread>
 
@@ -58,13 +59,40 @@ QStringList mouseProtocolParts()
     return QString::fromLocal8Bit(qgetenv("QWS_MOUSE_PROTO")).split(QLatin1Char(' '));
 }
 
+// The console line of a start without a screen.
+void reportNoScreen(const QString& platform, const QString& frameBuffer, const QString& error = QString())
+{
+    QString text = QStringLiteral("No screen: platform \"%1\"").arg(platform);
+    if (!frameBuffer.isEmpty())
+        text += QStringLiteral(", frame buffer \"%1\"").arg(frameBuffer);
+    if (!error.isEmpty())
+        text += QStringLiteral(": ") + error;
+    qCritical("%s", qPrintable(text));
+}
+
 // Makes the application object from the unchanged arguments; started as on the
-// panel, on its frame buffer with the touch input QWS_MOUSE_PROTO names.
+// panel, on its frame buffer with the touch input QWS_MOUSE_PROTO names. Null,
+// after a console line naming the platform and frame buffer, when there is no
+// screen: a frame buffer the platform cannot use is found before the toolkit
+// tries it, as some toolkit versions end the process then.
 std::unique_ptr<QApplication> startToolkit(int& argc, char** argv, const QStringList& mouseParts)
 {
+    const QStringList arguments = argumentsOf(argc, argv);
     const CToolkitEnvironment toolkit(toolkitVariables(
-        argumentsOf(argc, argv), mouseParts, QProcessEnvironment::systemEnvironment(), QGenericPluginFactory::keys()));
-    return std::make_unique<QApplication>(argc, argv);
+        arguments, mouseParts, QProcessEnvironment::systemEnvironment(), QGenericPluginFactory::keys()));
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString platform = platformNamed(arguments, environment);
+    const QString frameBuffer = frameBufferFor(platform, environment);
+    QString error;
+    if (!frameBuffer.isEmpty() && !frameBufferUsable(frameBuffer, error)) {
+        reportNoScreen(platform, frameBuffer, error);
+        return nullptr;
+    }
+    auto application = std::make_unique<QApplication>(argc, argv);
+    if (QGuiApplication::primaryScreen())
+        return application;
+    reportNoScreen(platform.isEmpty() ? QGuiApplication::platformName() : platform, frameBuffer);
+    return nullptr;
 }
 
 // Reads the system's fonts into the toolkit's font database (it locks the database).
@@ -123,6 +151,8 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 {
     const QStringList mouseParts = mouseProtocolParts();
     const std::unique_ptr<QApplication> application = startToolkit(argc, argv, mouseParts);
+    if (!application)
+        return ExitStatus::NoScreen;
     hidePointerOnTouchScreen(mouseParts);
     // From a pixmap: an icon file without a suffix would make the icon look its type
     // up in the MIME database, which is loaded for that alone.

@@ -10,5 +10,6 @@ enum : int {
     MissingArgument = 2, // no argument
     UnknownParameter = 3, // a single argument other than "-v" or "-S"
     RamDiskFailed = 11, // the RAM disk could not be enlarged or shrunk
+    NoScreen = 12, // no screen to show the window on: nothing on the device was changed
 };
 } // namespace ExitStatus
