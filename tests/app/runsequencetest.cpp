@@ -1,6 +1,7 @@
 // One update run per row, with a fake platform object: the command line, what
 // is done to the device, the console lines and the exit status, for every way
-// the window can be left and both RAM-disk failures.
+// the window can be left, both RAM-disk failures and a new installer or reboot
+// that cannot be started.
 #include "app/updaterun.h"
 #include "common/fakesystem.h"
 #include "common/golden.h"
