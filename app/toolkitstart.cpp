@@ -1,5 +1,14 @@
 #include "app/toolkitstart.h"
 
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/fb.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 namespace {
 
 const QLatin1String PlatformVariable("QT_QPA_PLATFORM");
@@ -84,6 +93,48 @@ QList<ToolkitVariable> toolkitVariables(const QStringList& arguments, const QStr
     setUnset(QLatin1String("QT_QPA_FB_DISABLE_INPUT"), QStringLiteral("1"));
     setUnset(QLatin1String("QT_QPA_EGLFS_DISABLE_INPUT"), QStringLiteral("1"));
     return variables;
+}
+
+QString platformNamed(const QStringList& arguments, const QProcessEnvironment& environment)
+{
+    QString platform = environment.value(PlatformVariable);
+    // The toolkit takes "--platform" as "-platform", and the last one.
+    for (int i = 0; i + 1 < arguments.size(); ++i) {
+        if (arguments[i] == QLatin1String("-platform") || arguments[i] == QLatin1String("--platform"))
+            platform = arguments[++i];
+    }
+    return platform;
+}
+
+QString frameBufferFor(const QString& platform, const QProcessEnvironment& environment)
+{
+    const QStringList options = platform.split(QLatin1Char(':'));
+    if (options.first().compare(QLatin1String("linuxfb"), Qt::CaseInsensitive) != 0
+        || environment.value(QStringLiteral("QT_QPA_FB_DRM")).toInt() != 0)
+        return QString();
+    for (const QString& option : options) {
+        if (option.startsWith(QLatin1String("fb=")))
+            return option.mid(3);
+    }
+    const QString fallback = QStringLiteral("/dev/graphics/fb0");
+    return !QFile::exists(QStringLiteral("/dev/fb0")) && QFile::exists(fallback) ? fallback
+                                                                                 : QStringLiteral("/dev/fb0");
+}
+
+bool frameBufferUsable(const QString& device, QString& error)
+{
+    // Read-only where it cannot be written, as the platform opens it.
+    const QByteArray path = QFile::encodeName(device);
+    int fd = ::open(path.constData(), O_RDWR | O_CLOEXEC);
+    if (fd < 0)
+        fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    fb_var_screeninfo screen {};
+    const bool usable = fd >= 0 && ::ioctl(fd, FBIOGET_VSCREENINFO, &screen) == 0;
+    if (!usable)
+        error = QString::fromLocal8Bit(std::strerror(errno));
+    if (fd >= 0)
+        ::close(fd);
+    return usable;
 }
 
 CToolkitEnvironment::CToolkitEnvironment(const QList<ToolkitVariable>& variables)

@@ -29,6 +29,22 @@ struct ToolkitVariable {
 [[nodiscard]] QList<ToolkitVariable> toolkitVariables(const QStringList& arguments,
     const QStringList& mouseProtocolParts, const QProcessEnvironment& environment, const QStringList& inputPlugins);
 
+// The platform the toolkit is told to start: the last "-platform" argument, else
+// QT_QPA_PLATFORM; empty for the toolkit's default. environment is the one the
+// toolkit will see, with the toolkit variables set.
+[[nodiscard]] QString platformNamed(const QStringList& arguments, const QProcessEnvironment& environment);
+
+// The frame buffer device the toolkit's linuxfb platform will open for that
+// platform: its "fb=" option, else /dev/fb0 (/dev/graphics/fb0 where only that
+// exists). Empty for any other platform and for linuxfb on a DRM device
+// (QT_QPA_FB_DRM), which the toolkit opens itself.
+[[nodiscard]] QString frameBufferFor(const QString& platform, const QProcessEnvironment& environment);
+
+// Opens the frame buffer device as the linuxfb platform does and reads its screen
+// information; false, with the system's reason in error, if the platform would find
+// no screen there. Some toolkit versions end the process when that happens.
+[[nodiscard]] bool frameBufferUsable(const QString& device, QString& error);
+
 // Sets variables that were unset (or empty) while it exists and unsets them again at
 // its end: the toolkit reads them only while the application object is made, and
 // the programs the installer starts later (the main application, a new installer)

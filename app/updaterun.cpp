@@ -6,6 +6,7 @@
 #include "install/creplacementbatch.h"
 #include "install/cworker.h"
 #include "system/csystemtemplate.h"
+#include "system/exitstatus.h"
 #include "system/removetree.h"
 #include "ui/cmainwidget.h"
 
@@ -16,6 +17,7 @@
 #include <QGenericPluginFactory>
 #include <QIcon>
 #include <QPixmap>
+#include <QScreen>
 #include <QTextStream>
 #include <QThread>
 
@@ -23,9 +25,6 @@
 #include <memory>
 
 namespace {
-
-// Exit status when the RAM disk cannot be resized.
-const int RamDiskFailed = 11;
 
 QStringList argumentsOf(int argc, char** argv)
 {
@@ -41,16 +40,16 @@ int answerQuery(const CommandLine& line, const ProcessObjects& objects)
     switch (line.action) {
     case CommandLine::MissingArgument:
         qCritical("argc<2");
-        return 2;
+        return ExitStatus::MissingArgument;
     case CommandLine::PrintVersion:
         QTextStream(stdout) << objects.installerVersion.toString() << '\n';
-        return 0;
+        return ExitStatus::Done;
     case CommandLine::PrintBuild:
         QTextStream(stdout) << objects.installerBuild.toString() << '\n';
-        return 0;
+        return ExitStatus::Done;
     default:
         QTextStream(stderr) << "!!! ERROR  Unknowen parameter : " << line.argument << '\n';
-        return 3;
+        return ExitStatus::UnknownParameter;
     }
 }
 
@@ -60,13 +59,40 @@ QStringList mouseProtocolParts()
     return QString::fromLocal8Bit(qgetenv("QWS_MOUSE_PROTO")).split(QLatin1Char(' '));
 }
 
+// The console line of a start without a screen.
+void reportNoScreen(const QString& platform, const QString& frameBuffer, const QString& error = QString())
+{
+    QString text = QStringLiteral("No screen: platform \"%1\"").arg(platform);
+    if (!frameBuffer.isEmpty())
+        text += QStringLiteral(", frame buffer \"%1\"").arg(frameBuffer);
+    if (!error.isEmpty())
+        text += QStringLiteral(": ") + error;
+    qCritical("%s", qPrintable(text));
+}
+
 // Makes the application object from the unchanged arguments; started as on the
-// panel, on its frame buffer with the touch input QWS_MOUSE_PROTO names.
+// panel, on its frame buffer with the touch input QWS_MOUSE_PROTO names. Null,
+// after a console line naming the platform and frame buffer, when there is no
+// screen: a frame buffer the platform cannot use is found before the toolkit
+// tries it, as some toolkit versions end the process then.
 std::unique_ptr<QApplication> startToolkit(int& argc, char** argv, const QStringList& mouseParts)
 {
+    const QStringList arguments = argumentsOf(argc, argv);
     const CToolkitEnvironment toolkit(toolkitVariables(
-        argumentsOf(argc, argv), mouseParts, QProcessEnvironment::systemEnvironment(), QGenericPluginFactory::keys()));
-    return std::make_unique<QApplication>(argc, argv);
+        arguments, mouseParts, QProcessEnvironment::systemEnvironment(), QGenericPluginFactory::keys()));
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString platform = platformNamed(arguments, environment);
+    const QString frameBuffer = frameBufferFor(platform, environment);
+    QString error;
+    if (!frameBuffer.isEmpty() && !frameBufferUsable(frameBuffer, error)) {
+        reportNoScreen(platform, frameBuffer, error);
+        return nullptr;
+    }
+    auto application = std::make_unique<QApplication>(argc, argv);
+    if (QGuiApplication::primaryScreen())
+        return application;
+    reportNoScreen(platform.isEmpty() ? QGuiApplication::platformName() : platform, frameBuffer);
+    return nullptr;
 }
 
 // Reads the system's fonts into the toolkit's font database (it locks the database).
@@ -90,7 +116,9 @@ int runWindow(const ProcessObjects& objects)
     return QApplication::exec();
 }
 
-// The action that follows the window: restart, hand-over or reboot.
+// The action that follows the window: restart, hand-over or reboot. A new
+// installer or a reboot that cannot be started is followed by the restart, so
+// that the panel is never left without a program on its screen.
 int followUp(int result, const QString& path, CSystemTemplate& system)
 {
     // Whatever was installed or set must survive the restart or reboot that follows.
@@ -98,14 +126,20 @@ int followUp(int result, const QString& path, CSystemTemplate& system)
         syncFileSystems();
     switch (result) {
     case ExitNewInstaller:
-        system.Installer(path);
-        return 0;
+        if (!system.Installer(path)) {
+            qCritical("Hand-over failed: the application is started again");
+            system.Start_CV3();
+        }
+        return ExitStatus::Done;
     case ExitReboot:
-        system.Reset();
-        return 0;
+        if (!system.Reset()) {
+            qCritical("Reboot failed: the application is started again");
+            system.Start_CV3();
+        }
+        return ExitStatus::Done;
     case ExitQuit:
         system.Start_CV3();
-        return 0;
+        return ExitStatus::Done;
     default:
         // The main application stays stopped.
         return result;
@@ -117,6 +151,8 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
 {
     const QStringList mouseParts = mouseProtocolParts();
     const std::unique_ptr<QApplication> application = startToolkit(argc, argv, mouseParts);
+    if (!application)
+        return ExitStatus::NoScreen;
     hidePointerOnTouchScreen(mouseParts);
     // From a pixmap: an icon file without a suffix would make the icon look its type
     // up in the MIME database, which is loaded for that alone.
@@ -131,7 +167,7 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
     fonts->wait();
     if (!enlarged) {
         qCritical("Mount error RAM-Disk 1");
-        return RamDiskFailed;
+        return ExitStatus::RamDiskFailed;
     }
 
     int result = runWindow(objects);
@@ -142,7 +178,7 @@ int runUpdate(int& argc, char** argv, const QString& path, const ProcessObjects&
     qDebug() << "cleared" << objects.system.tempDir << cleared;
     if (!objects.system.Mount_Tmpf_Bigger(false)) {
         qCritical("Mount error RAM-Disk 2");
-        return RamDiskFailed;
+        return ExitStatus::RamDiskFailed;
     }
     qDebug() << "update ret=" << result;
     return followUp(result, path, objects.system);
@@ -167,12 +203,12 @@ int runInstaller(int& argc, char** argv, const ProcessObjects& objects)
     qWarning() << "update " << objects.installerVersion << "  " << objects.installerBuild;
     if (line.path.isEmpty()) {
         qWarning() << "Path is empty";
-        return 0;
+        return ExitStatus::Done;
     }
 
     const int found = objects.collector.scan(line.path);
     qWarning() << "update found " << found << " files in " << line.path;
     if (found == 0)
-        return 0;
+        return ExitStatus::Done;
     return runUpdate(argc, argv, line.path, objects);
 }

@@ -21,8 +21,10 @@
 // QProcess::execute). errorText, when given, receives the process's error text.
 int runCommandSync(const QString& command, QString* errorText = nullptr);
 
-// Starts command as an independent process; true if it could be started.
-bool startCommandDetached(const QString& command);
+// Starts command as an independent process that outlives the installer; true if
+// it could be started. Otherwise errorText, when given, receives the program and
+// the system's reason ("/sbin/reboot: Permission denied").
+[[nodiscard]] bool startCommandDetached(const QString& command, QString* errorText = nullptr);
 
 // A command run with a start and a finish time-out and captured output.
 // The process, if still running, is killed when this object is destroyed.

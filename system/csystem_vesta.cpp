@@ -2,6 +2,7 @@
 
 #include "system/commandrunner.h"
 #include "system/consolelog.h"
+#include "system/exitstatus.h"
 #include "system/procversion.h"
 #include "system/removetree.h"
 
@@ -33,13 +34,7 @@ void openConsoleOrExit()
     const QByteArray text = "Error: " + error.toLocal8Bit() + '\n';
     std::fputs(text.constData(), stdout);
     std::fflush(stdout);
-    std::exit(1);
-}
-
-// The text a process object that never started gives as its error.
-QString neverStartedErrorText()
-{
-    return QProcess().errorString();
+    std::exit(ExitStatus::NoConsole);
 }
 
 // Shows the state of the RAM disk after a failed unpack. The commands are started
@@ -176,18 +171,20 @@ bool CSystem_Vesta::Installer(const QString& argument)
 {
     const QString command = QStringLiteral("%1 %2").arg(installerPath, argument);
     qDebug() << "CSystem::Installer()" << command;
-    const bool started = startCommandDetached(command);
+    QString error;
+    const bool started = startCommandDetached(command, &error);
     if (!started)
-        qCritical() << "CSystem::Installer()" << neverStartedErrorText();
+        qCritical() << "CSystem::Installer()" << error;
     return started;
 }
 
 bool CSystem_Vesta::Reset()
 {
     qDebug() << "CSystem::Reset()";
-    const bool started = startCommandDetached(QStringLiteral("/sbin/reboot"));
+    QString error;
+    const bool started = startCommandDetached(QStringLiteral("/sbin/reboot"), &error);
     if (!started)
-        qCritical() << "CSystem::Reset()" << neverStartedErrorText();
+        qCritical() << "CSystem::Reset()" << error;
     return started;
 }
 

@@ -21,9 +21,10 @@ public:
     virtual bool Stop_CV3() = 0;
     // Stops, then starts the main application (always true).
     virtual bool Start_CV3() = 0;
-    // Starts the installed installer detached with argument; true if it started.
+    // Starts the installed installer detached with argument; true if it started,
+    // else a critical console line says why.
     virtual bool Installer(const QString& argument) = 0;
-    // Starts the reboot detached; true if it started.
+    // Starts the reboot detached; true if it started, else a critical console line says why.
     virtual bool Reset() = 0;
     // Empties and recreates the unpack directory.
     virtual bool PrepareTempDir() = 0;

@@ -1,6 +1,7 @@
 // One update run per row, with a fake platform object: the command line, what
 // is done to the device, the console lines and the exit status, for every way
-// the window can be left and both RAM-disk failures.
+// the window can be left, both RAM-disk failures and a new installer or reboot
+// that cannot be started.
 #include "app/updaterun.h"
 #include "common/fakesystem.h"
 #include "common/golden.h"
@@ -38,11 +39,11 @@ public:
     bool Mount_Tmpf_Bigger(bool bigger) override
     {
         (void)CFakeSystem::Mount_Tmpf_Bigger(bigger); // notes the call
-        return failingMount != QLatin1String(bigger ? "enlarge" : "shrink");
+        return !failing.contains(QLatin1String(bigger ? "enlarge" : "shrink"));
     }
 
     int loopResult = 0;
-    QString failingMount; // "enlarge", "shrink" or empty
+    QStringList failing; // "enlarge", "shrink": that mount fails
 };
 
 } // namespace
@@ -73,7 +74,7 @@ void RunSequenceTest::runs()
         const QStringList row = line.split(QStringLiteral(" | "));
         CLeavingSystem system(work.filePath(QStringLiteral("share/")), work.filePath(QStringLiteral("tmp")));
         system.loopResult = row[2].toInt();
-        system.failingMount = row[3];
+        system.failing = system.failingStarts = row[3].split(QLatin1Char(' '), Qt::SkipEmptyParts);
         CUpdateCollector collector(6, device);
         CWorker worker(system);
         QByteArrayList arguments { "pkgupdate" };

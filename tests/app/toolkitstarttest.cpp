@@ -1,5 +1,6 @@
 // What a start asks the toolkit for (platform, input plugins, the platform's own
-// input), per command line, QWS_MOUSE_PROTO and what the environment already sets.
+// input), per command line, QWS_MOUSE_PROTO and what the environment already sets,
+// and the frame buffer looked at before the toolkit starts.
 #include "app/toolkitstart.h"
 #include "common/golden.h"
 #include "common/testtools.h"
@@ -22,8 +23,13 @@ private Q_SLOTS:
             text += line + QLatin1Char('\n');
             const QStringList arguments = row[0].split(QLatin1Char(' '), Qt::SkipEmptyParts);
             for (const ToolkitVariable& variable :
-                toolkitVariables(arguments, row[1].mid(1).chopped(1).split(QLatin1Char(' ')), environment, plugins))
+                toolkitVariables(arguments, row[1].mid(1).chopped(1).split(QLatin1Char(' ')), environment, plugins)) {
                 text += QStringLiteral("    ") + variable.name + '=' + variable.value + '\n';
+                environment.insert(QString::fromLatin1(variable.name), QString::fromLocal8Bit(variable.value));
+            }
+            const QString frameBuffer = frameBufferFor(platformNamed(arguments, environment), environment);
+            text += frameBuffer.isEmpty() ? QString()
+                                          : QStringLiteral("    frame buffer checked: %1\n").arg(frameBuffer);
         }
         QCOMPARE_GOLDEN("app/data/toolkitstart.ref", text);
     }

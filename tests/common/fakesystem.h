@@ -19,8 +19,11 @@ public:
     QString UpdateKeyFile() override { return shareDir + QStringLiteral("qelsslkey.pem"); }
     bool Stop_CV3() override { return note(QStringLiteral("Stop_CV3")); }
     bool Start_CV3() override { return note(QStringLiteral("Start_CV3")); }
-    bool Installer(const QString& argument) override { return note(QStringLiteral("Installer ") + argument); }
-    bool Reset() override { return note(QStringLiteral("Reset")); }
+    bool Installer(const QString& argument) override
+    {
+        return note(QStringLiteral("Installer ") + argument) && !failingStarts.contains(QStringLiteral("Installer"));
+    }
+    bool Reset() override { return note(QStringLiteral("Reset")) && !failingStarts.contains(QStringLiteral("Reset")); }
     bool PrepareTempDir() override;
     bool Mount_Tmpf_Bigger(bool bigger) override
     {
@@ -37,6 +40,8 @@ public:
 
     QStringList calls;
     QStringList rejectedPackages;
+    // "Installer" and "Reset" here cannot start their program (they return false).
+    QStringList failingStarts;
     QMap<QString, QString> unpackSources;
     QString unpackError = QStringLiteral("bzip2: (stdin) is not a bzip2 file. ; ");
 

@@ -131,6 +131,10 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
     const QStringList removed = setup.filter(QRegularExpression("^-/")).replaceInStrings("-/", "/");
     for (const QString& program : removed)
         QFile::rename(program, program + ".off");
+    const QStringList plain = setup.filter(QRegularExpression("^-x/")).replaceInStrings("-x/", "/");
+    const QFile::Permissions executable = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
+    for (const QString& program : plain)
+        QFile::setPermissions(program, QFile::permissions(program) & ~executable);
     writeFile(kCallLog, QByteArray());
     const qint64 consoleStart = QFileInfo(QStringLiteral("/dev/console")).size();
     QElapsedTimer clock;
@@ -141,9 +145,11 @@ QString perform(CSystem_Vesta& system, const QString& operation, const QStringLi
     const bool slow = clock.elapsed() > 5000;
     for (const QString& program : removed)
         QFile::rename(program + ".off", program);
+    for (const QString& program : plain)
+        QFile::setPermissions(program, QFile::permissions(program) | executable);
     // Programs started detached note their call a little later.
     for (int waited = 0; waited < 3000 && readFile(kCallLog).isEmpty()
-         && operation.contains(QRegularExpression("^(Installer|Reset)")) && removed.isEmpty();
+         && operation.contains(QRegularExpression("^(Installer|Reset)")) && removed.isEmpty() && plain.isEmpty();
          waited += 50)
         QThread::msleep(50);
     return QStringLiteral("%1%2\nconsole: %3\ncalls:\n%4")
