@@ -25,11 +25,6 @@ GUEST = HERE / "guest"
 MIRROR = "http://deb.debian.org/debian"
 ARCH_TRIPLE = "arm-linux-gnueabihf"
 FLASH_SIZE = "640M"
-# The BSP the board's kernel names in /proc/version (the eighth dash-separated field).
-BSP = "1.36.0"
-# What the technician finds installed before an update.
-PROGRAM_VERSION = "3.0.0"
-HELP_VERSION = "1.0.2"
 KEEP_BASES = 2
 KEEP_LAYERS = 3
 

@@ -20,7 +20,6 @@ run directory.
 
 import base64
 import json
-import os
 import re
 import signal
 import socket
@@ -115,7 +114,9 @@ class Console:
             pending += data
             *complete, pending = pending.split(b"\n")
             for raw in complete:
-                self._add(raw.decode("utf-8", "replace").rstrip("\r"))
+                # What a terminal shows of a line that returns to its start (busybox init's "\rThe system ...").
+                segments = [part for part in raw.decode("utf-8", "replace").split("\r") if part]
+                self._add(segments[-1] if segments else "")
 
     def _add(self, line):
         self.log.write(line + "\n")
@@ -135,8 +136,9 @@ class Console:
             self._snapshot = ({}, [])
         elif kind == "widget" and self._snapshot:
             name, x, y, width, height, enabled, checked, text = (fields[1:] + [""] * 8)[:8]
-            self._snapshot[0][name] = {"rect": (int(x), int(y), int(width), int(height)),
-                                       "enabled": enabled == "1", "checked": checked, "text": text}
+            self._snapshot[0][name] = {"name": name, "rect": (int(x), int(y), int(width), int(height)),
+                                       "enabled": enabled == "1", "checked": checked, "text": text,
+                                       "window": len(self._snapshot[1]) - 1}
         elif kind == "window" and self._snapshot:
             klass, name, x, y, width, height, title, text = (fields[1:] + [""] * 8)[:8]
             self._snapshot[1].append({"class": klass, "name": name, "title": title, "text": text,
@@ -314,9 +316,9 @@ class Board:
         self.cut_done.set()
 
     def wait_power_cut(self, timeout):
+        """Waits until an armed power cut has happened (the console keeps what came before)."""
         if not self.cut_done.wait(timeout):
             raise BoardError(f"no power cut within {timeout} s")
-        self.power_off()
 
     # --- the device's hands and eyes ---------------------------------------------
 
@@ -390,9 +392,3 @@ class Board:
         self.close()
 
 
-def qemu_pid_alive(pid):
-    try:
-        os.kill(pid, 0)
-        return True
-    except OSError:
-        return False

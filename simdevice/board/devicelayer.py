@@ -16,9 +16,14 @@ import tempfile
 from pathlib import Path
 
 import baseimage
-from baseimage import ARCH_TRIPLE, BSP, GUEST, HELP_VERSION, PROGRAM_VERSION, digest, log, run, tree_digest
+from baseimage import ARCH_TRIPLE, GUEST, digest, log, run, tree_digest
 
 TOP = baseimage.HERE.parent.parent
+# The BSP the board's kernel names in /proc/version (the eighth dash-separated field).
+BSP = "1.36.0"
+# What the technician finds installed before an update.
+PROGRAM_VERSION = "3.0.0"
+HELP_VERSION = "3.0.0"
 # The panel's kernel names the BSP as the eighth dash-separated field.
 PROC_VERSION = ("Linux version 3.0.35-vesta-r4 (builder@vesta) (gcc version 4.6.2-glibc-2.13-linaro)"
                 " #1 PREEMPT-BSP-{bsp}-20140311\n")

@@ -8,9 +8,10 @@
 
 int main(int argc, char** argv)
 {
-    // The panel's 800x480 at 72 dpi, as the installer is started on the board.
+    // The panel's frame buffer at its 72 dpi, as the installer is started on the board.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "linuxfb:mmsize=282x169");
+        qputenv("QT_QPA_PLATFORM", "linuxfb");
+    qputenv("QT_FONT_DPI", "72");
     qputenv("QT_QPA_FB_DISABLE_INPUT", "1");
     QApplication application(argc, argv);
     const QString version = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("?");

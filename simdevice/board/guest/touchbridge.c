@@ -1,8 +1,8 @@
 /* The board's touch screen: re-emits the virtual tablet's absolute pointer
  * (QEMU's virtio tablet, which reports a mouse button) as a direct-touch screen
- * of one finger (multi-touch protocol B, with BTN_TOUCH, ABS_X and ABS_Y too) named "board-touch" through uinput, so that Qt's
- * evdevtouch and tslib take it for the panel's touch controller. The tablet
- * sends the position before the button, so a press starts where it lands. */
+ * of one finger (multi-touch protocol B, with BTN_TOUCH, ABS_X and ABS_Y too) named "board-touch" through uinput, so
+ * that Qt's evdevtouch and tslib take it for the panel's touch controller. The tablet sends the position before the
+ * button, so a press starts where it lands. */
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/input.h>
