@@ -31,6 +31,7 @@ from pathlib import Path
 SCREEN = (800, 480)
 TABLET_MAX = 32767
 BOOT_TIMEOUT = 180
+SETTLED = 0.6  # seconds without a change on the screen
 
 
 class BoardError(Exception):
@@ -100,6 +101,7 @@ class Console:
         self.windows = []
         self.messages = []
         self._snapshot = None
+        self.last_snapshot = 0.0
         threading.Thread(target=self._read, daemon=True).start()
 
     def _read(self):
@@ -146,6 +148,7 @@ class Console:
         elif kind == "end" and self._snapshot:
             self.widgets, self.windows = self._snapshot
             self._snapshot = None
+            self.last_snapshot = time.monotonic()
 
     def wait(self, predicate, timeout, since=0, what="a console line"):
         """Waits for a line (from index `since`) that the predicate accepts; returns its index."""
@@ -224,6 +227,7 @@ class Board:
         self.stick = None
         self.power_cuts = 0
         self.cut_done = threading.Event()
+        self.cut_line = 0  # the console lines the device wrote before the cut
 
     # --- power ------------------------------------------------------------------
 
@@ -309,6 +313,7 @@ class Board:
         self.console.watchers.append(watch)
 
     def _cut(self):
+        self.cut_line = len(self.console.lines) if self.console else 0
         if self.qemu and self.qemu.poll() is None:
             self.qmp.execute("stop")
             self.qemu.send_signal(signal.SIGKILL)
@@ -370,9 +375,11 @@ class Board:
             time.sleep(hold)
 
     def widget(self, name, timeout=60):
-        """The widget of the installer's window as the probe last saw it, waiting until it is shown."""
+        """The widget of the installer's window as the probe last saw it, waiting until it is
+        shown and the window has settled (a window is laid out again when it is maximised)."""
         deadline = time.monotonic() + timeout
-        while name not in self.console.widgets or not self.console.widgets[name]["enabled"]:
+        while name not in self.console.widgets or not self.console.widgets[name]["enabled"] \
+                or time.monotonic() - self.console.last_snapshot < SETTLED:
             if time.monotonic() > deadline:
                 raise BoardError(f"no widget '{name}' on the screen within {timeout} s")
             time.sleep(0.2)

@@ -21,9 +21,14 @@ Steps ("#" starts a comment):
     run COMMAND                           a command on the device and its output
     cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line
     cut-after SECONDS                     a power cut after that time
-    wait-cut                              until the cut has happened
+    wait-cut                              until the cut has happened (the transcript keeps the
+                                          console up to the line that set it off)
+    check-files DIR                       every file under DIR on the flash is wholly old (as at
+                                          flash-mark) or wholly new (as in a package of the stick)
 """
 
+import hashlib
+import os
 import re
 import shlex
 import time
@@ -33,6 +38,9 @@ import boardlib
 import stick
 
 STEP_TIMEOUT = 300
+# Steps that set off what the device does next: its console lines go to the step
+# that waits for the outcome, so that each step's share does not depend on timing.
+SET_OFF = ("tap", "installer", "cut-at", "cut-after", "stick")
 FACE_MARKER = re.compile(r"board: corvane \S+ on the screen")
 NORMALISE = [
     (re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "<time>"),
@@ -84,6 +92,24 @@ def in_listing_order(lines):
     return result
 
 
+def counted_paths(lines):
+    """Runs of messages naming files as a count under their common directory: which files a
+    cut after the n-th one leaves named depends on the order the file system lists them."""
+    result, run = [], []
+    for line in lines + [None]:
+        if line is not None and line.startswith(MESSAGE + "/"):
+            run.append(line[len(MESSAGE):])
+            continue
+        if len(run) > 1:
+            result.append(f"{MESSAGE}({len(run)} paths under {os.path.commonpath(run)})")
+        else:
+            result += [MESSAGE + path for path in run]
+        run = []
+        if line is not None:
+            result.append(line)
+    return result
+
+
 def plain(text):
     """A widget's text without markup, on one line."""
     text = re.sub(r"<[^>]*>", " ", text)
@@ -109,6 +135,16 @@ def manifest(board):
         checksum, name = line.split(None, 1)
         files[name[1:]]["sum"] = checksum
     return files
+
+
+def new_contents(sources):
+    """The checksums of the files the stick's packages bring, by their path on the device."""
+    sums = {}
+    for tree in sources.iterdir():
+        for path in tree.rglob("*"):
+            if path.is_file() and not path.is_symlink():
+                sums["/" + path.relative_to(tree).as_posix()] = hashlib.md5(path.read_bytes()).hexdigest()
+    return sums
 
 
 def flash_changes(before, after):
@@ -144,12 +180,14 @@ class Runner:
     def say(self, line):
         self.transcript.append(line)
 
-    def new_console_lines(self):
-        """The console since the last step: the device's lines and the message line's texts."""
+    def new_console_lines(self, end=None):
+        """The console since the last step (up to line `end`): the device's lines and the
+        message line's texts."""
         console = self.board.console
         if console is None:
             return
-        lines, self.console_seen = console.lines[self.console_seen:], len(console.lines)
+        end = len(console.lines) if end is None else end
+        lines, self.console_seen = console.lines[self.console_seen:end], end
         said = []
         for line in lines:
             if line.startswith("widgetprobe\tmessage\t"):
@@ -166,7 +204,8 @@ class Runner:
                 started = time.monotonic()
                 self.say("> " + step)
                 self.do(step)
-                self.new_console_lines()
+                if step.split()[0] not in SET_OFF:
+                    self.new_console_lines()
                 print(f"board: {time.monotonic() - started:6.1f} s  {step}", flush=True)
         finally:
             self.board.close()
@@ -262,6 +301,19 @@ class Runner:
         for line in flash_changes(self.mark, manifest(self.board)):
             self.say("  flash: " + line)
 
+    def step_check_files(self, directory):
+        new = new_contents(self.out / "stick" / "sources")
+        files = {name: entry for name, entry in manifest(self.board).items() if name.startswith(directory + "/")}
+        torn, leftovers = [], []
+        for name, entry in sorted(files.items()):
+            if Path(name).name.endswith(".pkgupdate"):
+                leftovers.append(name)
+            elif entry["sum"] not in (new.get(name), self.mark.get(name, {}).get("sum")):
+                torn.append(name)
+        self.say(f"  files under {directory}: " + ("each wholly old or wholly new" if not torn else "TORN:"))
+        self.transcript += [f"    {name}" for name in torn]
+        print(f"board: {len(files)} files under {directory}, {len(leftovers)} hidden leftovers of a copy", flush=True)
+
     def step_run(self, command):
         for line in self.board.shell(command, timeout=STEP_TIMEOUT, check=False).splitlines():
             text = normalise(line)
@@ -278,6 +330,9 @@ class Runner:
 
     def step_wait_cut(self, _):
         self.board.wait_power_cut(STEP_TIMEOUT)
-        self.new_console_lines()
+        # What came after the line that set off the cut depends on how quickly it landed.
+        shown = len(self.transcript)
+        self.new_console_lines(self.board.cut_line)
+        self.transcript[shown:] = counted_paths(self.transcript[shown:])
         self.board.power_off()
         self.say("  power cut")
