@@ -59,9 +59,11 @@ def build_installer(sysroot, build):
 
 
 def compile_helpers(sysroot, out):
-    """The touch-screen bridge (C, static) and the stand-in's face (Qt 6)."""
-    run(f"{ARCH_TRIPLE}-gcc", "-O2", "-Wall", "-Wextra", "-Werror", "-static", "-o", out / "touchbridge",
-        GUEST / "touchbridge.c")
+    """The touch-screen bridge (C, static), the installer's markers (C, preloaded) and the
+    stand-in's face (Qt 6)."""
+    warnings = ["-O2", "-Wall", "-Wextra", "-Werror"]
+    run(f"{ARCH_TRIPLE}-gcc", *warnings, "-static", "-o", out / "touchbridge", GUEST / "touchbridge.c")
+    run(f"{ARCH_TRIPLE}-gcc", *warnings, "-shared", "-fPIC", "-o", out / "markers.so", GUEST / "markers.c", "-ldl")
     qt = sysroot / "usr/include" / ARCH_TRIPLE / "qt6"
     includes = [f"-I{qt}"] + [f"-I{qt}/{module}" for module in ("QtCore", "QtGui", "QtWidgets")]
     run(f"{ARCH_TRIPLE}-g++", "-std=c++17", "-O2", "-fPIC", "-Wall", "-Wextra", "-Werror", f"--sysroot={sysroot}",
@@ -104,7 +106,7 @@ def populate(root, unpacked, helpers, probe, public_key):
     put(root / "etc/hostname", "corvane\n")
     put(root / "usr/local/bin/corvane", stand_in_program(PROGRAM_VERSION), 0o755)
     lib = root / "usr/local/lib/board"
-    for name in ("touchbridge", "corvane-face"):
+    for name in ("touchbridge", "corvane-face", "markers.so"):
         put(lib / name, (helpers / name).read_bytes(), 0o755)
     put(lib / "plugins/generic" / probe.name, probe.read_bytes(), 0o755)
     share = root / "usr/local/share/corvane"

@@ -19,7 +19,10 @@ Steps ("#" starts a comment):
     show-window                           the window's widgets and boxes, as the probe saw them
     show-flash                            files added, removed and changed since flash-mark
     run COMMAND                           a command on the device and its output
-    cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line
+    cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line; the
+                                          console has "board: renamed PATH" after each file the
+                                          installer renames into place, "board: sync begins" and
+                                          "board: sync done" around each sync
     cut-after SECONDS                     a power cut after that time
     wait-cut                              until the cut has happened (the transcript keeps the
                                           console up to the line that set it off)
@@ -61,6 +64,7 @@ def normalise(line):
 
 
 MESSAGE = "  screen message: "
+RENAMED = "  console: board: renamed "
 
 
 def tree_order_key(paths):
@@ -77,35 +81,43 @@ def tree_order_key(paths):
     return key
 
 
+def path_prefix(line):
+    """The prefix of a line naming a file (a message of the copy, a rename), or None."""
+    return next((prefix for prefix in (MESSAGE, RENAMED) if line is not None and line.startswith(prefix + "/")),
+                None)
+
+
 def in_listing_order(lines):
-    """The lines with each run of messages naming files put in tree order (see tree_order_key)."""
-    result, run = [], []
+    """The lines with each run of messages or renames naming files put in tree order (see
+    tree_order_key)."""
+    result, run, prefix = [], [], None
     for line in lines + [None]:
-        if line is not None and line.startswith(MESSAGE + "/"):
-            run.append(line[len(MESSAGE):])
-            continue
-        key = tree_order_key(run)
-        result += [MESSAGE + path for path in sorted(run, key=key)]
-        run = []
-        if line is not None:
+        if run and path_prefix(line) != prefix:
+            result += [prefix + path for path in sorted(run, key=tree_order_key(run))]
+            run = []
+        prefix = path_prefix(line)
+        if prefix:
+            run.append(line[len(prefix):])
+        elif line is not None:
             result.append(line)
     return result
 
 
 def counted_paths(lines):
-    """Runs of messages naming files as a count under their common directory: which files a
+    """Runs of lines naming files as a count under their common directory: which files a
     cut after the n-th one leaves named depends on the order the file system lists them."""
-    result, run = [], []
+    result, run, prefix = [], [], None
     for line in lines + [None]:
-        if line is not None and line.startswith(MESSAGE + "/"):
-            run.append(line[len(MESSAGE):])
-            continue
-        if len(run) > 1:
-            result.append(f"{MESSAGE}({len(run)} paths under {os.path.commonpath(run)})")
-        else:
-            result += [MESSAGE + path for path in run]
-        run = []
-        if line is not None:
+        if run and path_prefix(line) != prefix:
+            if len(run) > 1:
+                result.append(f"{prefix}({len(run)} paths under {os.path.commonpath(run)})")
+            else:
+                result += [prefix + path for path in run]
+            run = []
+        prefix = path_prefix(line)
+        if prefix:
+            run.append(line[len(prefix):])
+        elif line is not None:
             result.append(line)
     return result
 
