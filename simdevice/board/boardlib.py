@@ -15,10 +15,11 @@ and the installer's console lines, and the widget probe's reports of the
 installer's window (what the screen shows, with each widget's position, so that a
 tap lands on it). Commands reach the device over a separate virtio serial port.
 Everything runs inside QEMU; the only files on this machine it writes are in the
-run directory.
+run directory, and a lock beside the image that lets one board run at a time.
 """
 
 import base64
+import fcntl
 import json
 import re
 import signal
@@ -228,6 +229,7 @@ class Board:
         self.power_cuts = 0
         self.cut_done = threading.Event()
         self.cut_line = 0  # the console lines the device wrote before the cut
+        self.machine_lock = None
 
     # --- power ------------------------------------------------------------------
 
@@ -250,7 +252,9 @@ class Board:
         ]
 
     def boot(self, fresh=True, timeout=BOOT_TIMEOUT):
-        """Powers the board on; a fresh boot starts from the device layer's flash."""
+        """Powers the board on; a fresh boot starts from the device layer's flash. One board
+        runs at a time on a machine: a second waits until the first is switched off."""
+        self.take_machine()
         if fresh:
             self.flash.unlink(missing_ok=True)
             subprocess.run(["qemu-img", "create", "-q", "-f", "qcow2", "-F", "raw", "-b",
@@ -290,6 +294,16 @@ class Board:
                 part.close()
         self.qemu = self.console = self.qmp = self.agent = None
         self.stick = None
+
+    def take_machine(self):
+        if self.machine_lock is None:
+            self.machine_lock = open(self.layer.parent / "qemu.lock", "w")
+            fcntl.flock(self.machine_lock, fcntl.LOCK_EX)
+
+    def release_machine(self):
+        if self.machine_lock is not None:
+            self.machine_lock.close()
+            self.machine_lock = None
 
     def cut_power_when(self, console=None, message=None, count=1, after=None):
         """Arms a power cut: at the count-th console line containing `console`, at the
@@ -391,6 +405,7 @@ class Board:
 
     def close(self):
         self.power_off()
+        self.release_machine()
 
     def __enter__(self):
         return self

@@ -34,6 +34,7 @@ import hashlib
 import os
 import re
 import shlex
+import shutil
 import time
 from pathlib import Path
 
@@ -178,6 +179,7 @@ def flash_changes(before, after):
 class Runner:
     def __init__(self, layer, out, pack, private_key):
         self.out = Path(out)
+        shutil.rmtree(self.out, ignore_errors=True)
         self.screens = self.out / "screens"
         self.screens.mkdir(parents=True, exist_ok=True)
         self.board = boardlib.Board(layer, self.out / "board")
