@@ -39,6 +39,14 @@ class BoardError(Exception):
     pass
 
 
+def probe_message(line):
+    """The text of a message-line report of the widget probe, or None for other lines."""
+    if not line.startswith("widgetprobe\tmessage\t"):
+        return None
+    fields = line.split("\t", 3)
+    return fields[3] if len(fields) > 3 else ""
+
+
 def connect_unix(path, timeout=30):
     deadline = time.monotonic() + timeout
     while True:
@@ -230,6 +238,7 @@ class Board:
         self.cut_done = threading.Event()
         self.cut_line = 0  # the console lines the device wrote before the cut
         self.machine_lock = None
+        self.cut_timer = None
 
     # --- power ------------------------------------------------------------------
 
@@ -262,8 +271,9 @@ class Board:
         for name in ("serial.sock", "qmp.sock", "agent.sock"):
             (self.dir / name).unlink(missing_ok=True)
         self.cut_done.clear()
-        self.qemu = subprocess.Popen([str(part) for part in self.qemu_command()], stdin=subprocess.DEVNULL,
-                                     stdout=open(self.dir / "qemu.log", "a"), stderr=subprocess.STDOUT)
+        with open(self.dir / "qemu.log", "a") as log:
+            self.qemu = subprocess.Popen([str(part) for part in self.qemu_command()], stdin=subprocess.DEVNULL,
+                                         stdout=log, stderr=subprocess.STDOUT)
         self.console = Console(self.dir / "serial.sock", self.dir / "console.log")
         self.qmp = Qmp(self.dir / "qmp.sock")
         self.agent = Agent(self.dir / "agent.sock")
@@ -282,6 +292,9 @@ class Board:
     def power_off(self):
         """Pulls the plug: the machine stops at once and QEMU is killed; what the guest's
         kernel had not written to the flash is lost."""
+        if self.cut_timer:
+            self.cut_timer.cancel()
+            self.cut_timer = None
         if self.qemu and self.qemu.poll() is None:
             try:
                 self.qmp.execute("stop")
@@ -310,14 +323,14 @@ class Board:
         count-th message line containing `message` (the installer's message line, as
         the probe reports it), or `after` seconds from now."""
         if after is not None:
-            threading.Timer(after, self._cut).start()
+            self.cut_timer = threading.Timer(after, self._cut)
+            self.cut_timer.start()
             return
         seen = [0]
         needle = console if console is not None else message
 
         def watch(line):
-            text = line.split("\t", 3)[3] if message is not None and line.startswith("widgetprobe\tmessage\t") \
-                else (line if console is not None else None)
+            text = probe_message(line) if message is not None else (line if console is not None else None)
             if text is not None and needle in text:
                 seen[0] += 1
                 if seen[0] == count:
@@ -329,7 +342,10 @@ class Board:
     def _cut(self):
         self.cut_line = len(self.console.lines) if self.console else 0
         if self.qemu and self.qemu.poll() is None:
-            self.qmp.execute("stop")
+            try:
+                self.qmp.execute("stop")
+            except (BoardError, OSError):
+                pass  # the machine is gone already
             self.qemu.send_signal(signal.SIGKILL)
             self.power_cuts += 1
         self.cut_done.set()

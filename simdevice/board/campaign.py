@@ -76,9 +76,9 @@ def cut_during_install(board, image, at):
     board.tap_widget("install")
     board.cut_power_when(after=at)
     board.wait_power_cut(TIMEOUT)
-    said = [line.split("\t", 3)[-1] for line in board.console.lines[:board.cut_line]
-            if line.startswith("board: ") or line.startswith("widgetprobe\tmessage\t")]
-    said = [text for text in said if text.strip()]
+    said = [line if line.startswith("board: ") else boardlib.probe_message(line)
+            for line in board.console.lines[:board.cut_line]]
+    said = [text for text in said if text and text.strip()]
     board.power_off()
     return mark, said[-1] if said else ""
 

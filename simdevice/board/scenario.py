@@ -204,8 +204,8 @@ class Runner:
         lines, self.console_seen = console.lines[self.console_seen:end], end
         said = []
         for line in lines:
-            if line.startswith("widgetprobe\tmessage\t"):
-                said.append(MESSAGE + line.split("\t", 3)[3])
+            if boardlib.probe_message(line) is not None:
+                said.append(MESSAGE + boardlib.probe_message(line))
             elif not line.startswith("widgetprobe\t"):
                 text = normalise(line)
                 if text is not None and text.strip():
