@@ -71,6 +71,14 @@ def compile_helpers(sysroot, out):
         f"-Wl,-rpath-link,{sysroot}/usr/lib/{ARCH_TRIPLE}", "-lQt6Widgets", "-lQt6Gui", "-lQt6Core")
 
 
+def widget_probe(build):
+    """The widget probe plugin of the build tree (in plugins/generic beside its sources' build)."""
+    found = sorted(build.glob("**/plugins/generic/libwidgetprobe.so"))
+    if not found:
+        raise SystemExit(f"board: no widget probe plugin in {build}")
+    return found[0]
+
+
 def unpacked_deb(deb, into):
     run("dpkg-deb", "-x", deb, into)
     return into
@@ -130,7 +138,7 @@ def device_layer(base, installer_build, sysroot, public_key, force=False):
     work = Path(tempfile.mkdtemp(prefix="layer-", dir=baseimage.cache_dir()))
     try:
         deb = installer_package(installer_build)
-        probe = installer_build / "tools/simulator/plugins/generic/libwidgetprobe.so"
+        probe = widget_probe(installer_build)
         unpacked = unpacked_deb(deb, work / "deb")
         directory = baseimage.cache_dir() / f"layer-{layer_key(base, unpacked, probe, public_key)}"
         if (directory / ".complete").exists() and not force:
