@@ -33,6 +33,11 @@ SCREEN = (800, 480)
 TABLET_MAX = 32767
 BOOT_TIMEOUT = 180
 SETTLED = 0.6  # seconds without a change on the screen
+# Where the installer's buttons are on the 800x480 panel at 72 dpi (their centres, as the
+# widget probe reports them), for taps on an installer started without the probe; the
+# remove-stick box's OK button is its default button.
+LAYOUT = {"install": (104, 406), "quit": (301, 406), "language": (498, 406), "help": (695, 406),
+          "msgbox_default": (390, 232)}
 
 
 class BoardError(Exception):
@@ -239,6 +244,7 @@ class Board:
         self.cut_line = 0  # the console lines the device wrote before the cut
         self.machine_lock = None
         self.cut_timer = None
+        self.probed = True
 
     # --- power ------------------------------------------------------------------
 
@@ -388,6 +394,9 @@ class Board:
         self.stick = None
 
     def start_installer(self, probe=True):
+        """Starts the installer on the stick as the panel does; with the probe (the default)
+        its window's widgets are reported, and its renames and syncs marked, on the console."""
+        self.probed = probe
         mode = "probe" if probe else ""
         self.shell(f"setsid /etc/board/start-installer {mode} </dev/null >/dev/console 2>&1 &")
 
@@ -416,6 +425,11 @@ class Board:
         return self.console.widgets[name]
 
     def tap_widget(self, name, timeout=60):
+        """A tap on the widget where the probe sees it, or, when the installer was started
+        without the probe, where the layout table says it is."""
+        if not self.probed:
+            self.tap(*LAYOUT[name])
+            return
         x, y, width, height = self.widget(name, timeout)["rect"]
         self.tap(x + width // 2, y + height // 2)
 

@@ -9,7 +9,10 @@ Steps ("#" starts a comment):
     power-on                              power on again with the flash as the cut left it
     flash-mark                            remember the flash's files (for show-flash)
     plug / pull                           the stick in / out
-    installer                             start the installer as the panel does
+    installer [plain]                     start the installer as the panel does; "plain": exactly
+                                          so, without the widget probe and the markers (taps then
+                                          use the layout table in boardlib.py; nothing to show)
+    pause SECONDS                         let time pass
     wait-widget NAME                      until the window shows the widget, enabled
     wait-box                              until a message box is shown
     wait-console TEXT                     until a console line starts with TEXT
@@ -266,8 +269,11 @@ class Runner:
     def step_pull(self, _):
         self.board.pull_stick()
 
-    def step_installer(self, _):
-        self.board.start_installer()
+    def step_installer(self, mode):
+        self.board.start_installer(probe=mode != "plain")
+
+    def step_pause(self, seconds):
+        time.sleep(float(seconds))
 
     def step_wait_widget(self, name):
         self.board.widget(name, STEP_TIMEOUT)
