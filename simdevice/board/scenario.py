@@ -1,0 +1,358 @@
+"""Scenarios on the board: a text file of steps, one a line, run by the driver,
+writing a transcript of what the screen showed, what the device ran (its
+console), what changed on its flash and what it answers afterwards.
+
+Steps ("#" starts a comment):
+    stick NAME VERSION CONTENT [options]  a package on the stick (before "boot"); CONTENT is
+                                          "program" or "help", options go to pkgupdate-pack build
+    boot                                  power on with a fresh flash; waits for the application
+    power-on                              power on again with the flash as the cut left it
+    flash-mark                            remember the flash's files (for show-flash)
+    plug / pull                           the stick in / out
+    installer [plain]                     start the installer as the panel does; "plain": exactly
+                                          so, without the widget probe and the markers (taps then
+                                          use the layout table in boardlib.py; nothing to show)
+    pause SECONDS                         let time pass
+    wait-widget NAME                      until the window shows the widget, enabled
+    wait-box                              until a message box is shown
+    wait-console TEXT                     until a console line starts with TEXT
+    wait-reboot                           until the device has rebooted and is ready
+    tap NAME                              a tap on the widget's centre
+    screenshot NAME                       the frame buffer into NAME.png
+    show-window                           the window's widgets and boxes, as the probe saw them
+    show-flash                            files added, removed and changed since flash-mark
+    run COMMAND                           a command on the device and its output
+    cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line; the
+                                          console has "board: renamed PATH" after each file the
+                                          installer renames into place, "board: sync begins" and
+                                          "board: sync done" around each sync
+    cut-after SECONDS                     a power cut after that time
+    wait-cut                              until the cut has happened (the transcript keeps the
+                                          console up to the line that set it off)
+    check-files DIR                       every file under DIR on the flash is wholly old (as at
+                                          flash-mark) or wholly new (as in a package of the stick)
+"""
+
+import hashlib
+import os
+import re
+import shlex
+import shutil
+import time
+from pathlib import Path
+
+import boardlib
+import stick
+
+STEP_TIMEOUT = 300
+# Steps that set off what the device does next: its console lines go to the step
+# that waits for the outcome, so that each step's share does not depend on timing.
+SET_OFF = ("tap", "installer", "cut-at", "cut-after", "stick")
+FACE_MARKER = re.compile(r"board: corvane \S+ on the screen")
+NORMALISE = [
+    (re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "<time>"),
+    (re.compile(r"used=\d+s"), "used=<n>s"),
+    (re.compile(r"^\[\s*\d+\.\d+\] .*$"), None),
+]
+MANIFEST = r"""cd / && find . -xdev \( -type f -o -type l \) -exec stat -c '%n|%F|%a|%s|%Z' {} + ; echo '=='
+find ./usr/local ./etc -xdev -type f -exec md5sum {} +"""
+
+
+def normalise(line):
+    for pattern, replacement in NORMALISE:
+        if replacement is None and pattern.search(line):
+            return None
+        if replacement is not None:
+            line = pattern.sub(replacement, line)
+    return line
+
+
+MESSAGE = "  screen message: "
+RENAMED = "  console: board: renamed "
+
+
+def tree_order_key(paths):
+    """Orders paths as the installer copies a tree, subdirectories before files at
+    each level, but by name within each: it takes a directory's entries in the order
+    the file system lists them, which differs between file systems."""
+    directories = {path.rsplit("/", depth)[0] for path in paths for depth in range(1, path.count("/"))}
+    directories |= {path for path in paths if any(other.startswith(path + "/") for other in paths)}
+
+    def key(path):
+        parts = path.split("/")[1:]
+        return [(0 if "/" + "/".join(parts[:index + 1]) in directories else 1, part)
+                for index, part in enumerate(parts)]
+    return key
+
+
+def path_prefix(line):
+    """The prefix of a line naming a file (a message of the copy, a rename), or None."""
+    return next((prefix for prefix in (MESSAGE, RENAMED) if line is not None and line.startswith(prefix + "/")),
+                None)
+
+
+def in_listing_order(lines):
+    """The lines with each run of messages or renames naming files put in tree order (see
+    tree_order_key)."""
+    result, run, prefix = [], [], None
+    for line in lines + [None]:
+        if run and path_prefix(line) != prefix:
+            result += [prefix + path for path in sorted(run, key=tree_order_key(run))]
+            run = []
+        prefix = path_prefix(line)
+        if prefix:
+            run.append(line[len(prefix):])
+        elif line is not None:
+            result.append(line)
+    return result
+
+
+def counted_paths(lines):
+    """Runs of lines naming files as a count under their common directory: which files a
+    cut after the n-th one leaves named depends on the order the file system lists them."""
+    result, run, prefix = [], [], None
+    for line in lines + [None]:
+        if run and path_prefix(line) != prefix:
+            if len(run) > 1:
+                result.append(f"{prefix}({len(run)} paths under {os.path.commonpath(run)})")
+            else:
+                result += [prefix + path for path in run]
+            run = []
+        prefix = path_prefix(line)
+        if prefix:
+            run.append(line[len(prefix):])
+        elif line is not None:
+            result.append(line)
+    return result
+
+
+def plain(text):
+    """A widget's text without markup, on one line."""
+    text = re.sub(r"<[^>]*>", " ", text)
+    return " ".join(text.replace("&nbsp;", " ").split())
+
+
+def read_steps(path):
+    steps = []
+    for line in Path(path).read_text().splitlines():
+        line = line.split(" #")[0].strip() if not line.lstrip().startswith("#") else ""
+        if line:
+            steps.append(line)
+    return steps
+
+
+def manifest(board):
+    listing, _, sums = board.shell(MANIFEST, timeout=STEP_TIMEOUT).partition("==\n")
+    files = {}
+    for line in listing.splitlines():
+        name, kind, mode, size, changed = line.rsplit("|", 4)
+        files[name[1:]] = {"kind": kind, "mode": mode, "size": size, "changed": changed, "sum": None}
+    for line in sums.splitlines():
+        checksum, name = line.split(None, 1)
+        files[name[1:]]["sum"] = checksum
+    return files
+
+
+def new_contents(sources):
+    """The checksums of the files the stick's packages bring, by their path on the device."""
+    sums = {}
+    for tree in sources.iterdir():
+        for path in tree.rglob("*"):
+            if path.is_file() and not path.is_symlink():
+                sums["/" + path.relative_to(tree).as_posix()] = hashlib.md5(path.read_bytes()).hexdigest()
+    return sums
+
+
+def flash_changes(before, after):
+    lines = []
+    for name in sorted(set(before) | set(after)):
+        old, new = before.get(name), after.get(name)
+        describe = lambda entry: f"{entry['kind']} {entry['mode']} {entry['size']} bytes"
+        if old is None:
+            lines.append(f"added     {name}  {describe(new)}")
+        elif new is None:
+            lines.append(f"removed   {name}")
+        elif any(old[key] != new[key] for key in ("kind", "mode", "size", "sum")):
+            lines.append(f"changed   {name}  {describe(new)}")
+        elif old["changed"] != new["changed"]:
+            lines.append(f"rewritten {name}  (same contents)")
+    return lines or ["(no change)"]
+
+
+class Runner:
+    def __init__(self, layer, out, pack, private_key):
+        self.out = Path(out)
+        shutil.rmtree(self.out, ignore_errors=True)
+        self.screens = self.out / "screens"
+        self.screens.mkdir(parents=True, exist_ok=True)
+        self.board = boardlib.Board(layer, self.out / "board")
+        self.pack = pack
+        self.private_key = private_key
+        self.packages = []
+        self.stick_image = None
+        self.mark = None
+        self.console_seen = 0
+        self.transcript = []
+
+    def say(self, line):
+        self.transcript.append(line)
+
+    def new_console_lines(self, end=None):
+        """The console since the last step (up to line `end`): the device's lines and the
+        message line's texts."""
+        console = self.board.console
+        if console is None:
+            return
+        end = len(console.lines) if end is None else end
+        lines, self.console_seen = console.lines[self.console_seen:end], end
+        said = []
+        for line in lines:
+            if boardlib.probe_message(line) is not None:
+                said.append(MESSAGE + boardlib.probe_message(line))
+            elif not line.startswith("widgetprobe\t"):
+                text = normalise(line)
+                if text is not None and text.strip():
+                    said.append("  console: " + text)
+        self.transcript += in_listing_order(said)
+
+    def run(self, steps):
+        try:
+            for step in steps:
+                started = time.monotonic()
+                self.say("> " + step)
+                self.do(step)
+                if step.split()[0] not in SET_OFF:
+                    self.new_console_lines()
+                print(f"board: {time.monotonic() - started:6.1f} s  {step}", flush=True)
+        finally:
+            self.board.close()
+        return "\n".join(self.transcript) + "\n"
+
+    def do(self, step):
+        verb, _, rest = step.partition(" ")
+        handler = getattr(self, "step_" + verb.replace("-", "_"), None)
+        if handler is None:
+            raise boardlib.BoardError(f"unknown step: {step}")
+        handler(rest)
+
+    # --- steps ----------------------------------------------------------------------
+
+    def step_stick(self, spec):
+        self.packages.append(spec)
+
+    def make_stick(self):
+        self.stick_image, files = stick.make_stick(self.pack, self.private_key, self.packages, self.out / "stick")
+        self.say("  stick: " + ", ".join(files))
+
+    def step_boot(self, _):
+        if self.packages and self.stick_image is None:
+            self.make_stick()
+        self.board.boot(fresh=True)
+        self.console_seen = 0
+        self.wait_face(0)
+
+    def step_power_on(self, _):
+        self.board.boot(fresh=False)
+        self.console_seen = 0
+        self.wait_face(0)
+
+    def wait_face(self, since):
+        self.board.console.wait(lambda line: FACE_MARKER.fullmatch(line) is not None, STEP_TIMEOUT, since,
+                                "the application on the screen")
+
+    def step_flash_mark(self, _):
+        self.mark = manifest(self.board)
+
+    def step_plug(self, _):
+        self.board.plug_stick(self.stick_image)
+
+    def step_pull(self, _):
+        self.board.pull_stick()
+
+    def step_installer(self, mode):
+        self.board.start_installer(probe=mode != "plain")
+
+    def step_pause(self, seconds):
+        time.sleep(float(seconds))
+
+    def step_wait_widget(self, name):
+        self.board.widget(name, STEP_TIMEOUT)
+
+    def step_wait_box(self, _):
+        self.wait_for(lambda: any(window["class"] == "QMessageBox" for window in self.board.console.windows),
+                      "a message box")
+
+    def wait_for(self, condition, what):
+        deadline = time.monotonic() + STEP_TIMEOUT
+        while not condition():
+            if time.monotonic() > deadline:
+                raise boardlib.BoardError(f"timed out waiting for {what}")
+            time.sleep(0.2)
+
+    def step_wait_console(self, text):
+        self.board.console.wait(lambda line: line.startswith(text), STEP_TIMEOUT, self.console_seen, repr(text))
+
+    def step_wait_reboot(self, _):
+        since = self.console_seen
+        self.board.reboot_expected(since)
+        self.wait_face(since)
+
+    def step_tap(self, name):
+        self.board.tap_widget(name, STEP_TIMEOUT)
+
+    def step_screenshot(self, name):
+        time.sleep(1)  # the last frame painted
+        self.board.screenshot(self.screens / f"{name}.png")
+        self.say(f"  screenshot {name}.png")
+
+    def step_show_window(self, _):
+        console = self.board.console
+        # The toolkit lists its windows in no fixed order.
+        for index, window in sorted(enumerate(console.windows), key=lambda pair: (pair[1]["class"], pair[1]["title"])):
+            self.say(f"  window {window['class']} {plain(window['title'])!r} {plain(window['text'])}".rstrip())
+            widgets = sorted((widget for widget in console.widgets.values() if widget["window"] == index),
+                             key=lambda widget: (widget["rect"][1], widget["rect"][0]))
+            for widget in widgets:
+                state = ("" if widget["enabled"] else " (disabled)") + \
+                    {"1": " [x]", "0": " [ ]"}.get(widget["checked"], "")
+                self.say(f"    {widget['name']}: {plain(widget['text'])}{state}".rstrip())
+
+    def step_show_flash(self, _):
+        for line in flash_changes(self.mark, manifest(self.board)):
+            self.say("  flash: " + line)
+
+    def step_check_files(self, directory):
+        new = new_contents(self.out / "stick" / "sources")
+        files = {name: entry for name, entry in manifest(self.board).items() if name.startswith(directory + "/")}
+        torn, leftovers = [], []
+        for name, entry in sorted(files.items()):
+            if Path(name).name.endswith(".pkgupdate"):
+                leftovers.append(name)
+            elif entry["sum"] not in (new.get(name), self.mark.get(name, {}).get("sum")):
+                torn.append(name)
+        self.say(f"  files under {directory}: " + ("each wholly old or wholly new" if not torn else "TORN:"))
+        self.transcript += [f"    {name}" for name in torn]
+        print(f"board: {len(files)} files under {directory}, {len(leftovers)} hidden leftovers of a copy", flush=True)
+
+    def step_run(self, command):
+        for line in self.board.shell(command, timeout=STEP_TIMEOUT, check=False).splitlines():
+            text = normalise(line)
+            if text is not None:
+                self.say("  | " + text)
+
+    def step_cut_at(self, rest):
+        kind, *words = shlex.split(rest)
+        count = int(words.pop()) if len(words) > 1 and words[-1].isdigit() else 1
+        self.board.cut_power_when(**{kind: " ".join(words)}, count=count)
+
+    def step_cut_after(self, seconds):
+        self.board.cut_power_when(after=float(seconds))
+
+    def step_wait_cut(self, _):
+        self.board.wait_power_cut(STEP_TIMEOUT)
+        # What came after the line that set off the cut depends on how quickly it landed.
+        shown = len(self.transcript)
+        self.new_console_lines(self.board.cut_line)
+        self.transcript[shown:] = counted_paths(self.transcript[shown:])
+        self.board.power_off()
+        self.say("  power cut")

@@ -1,0 +1,78 @@
+"""USB sticks for the board: packages built with pkgupdate-pack, on a FAT file
+system in a partition of an image file, made without root (mkfs.vfat and mcopy)."""
+
+import shutil
+import struct
+import subprocess
+from pathlib import Path
+
+import devicelayer
+
+STICK_SIZE_MB = 64
+PARTITION_START = 2048  # sectors of 512 bytes: the first partition at 1 MiB, as sticks come
+
+
+def program_tree(directory, version):
+    """The stand-in program of the given version, where the device keeps it."""
+    program = directory / "usr/local/bin/corvane"
+    program.parent.mkdir(parents=True)
+    program.write_text(devicelayer.stand_in_program(version))
+    program.chmod(0o755)
+
+
+def help_tree(directory, version, pages=40):
+    """Help files in two languages with their version.txt."""
+    help_dir = directory / "usr/local/share/corvane/help"
+    for language in ("de", "en"):
+        (help_dir / language).mkdir(parents=True)
+        for page in range(1, pages // 2 + 1):
+            (help_dir / language / f"page{page:02}.html").write_text(
+                f"<h1>corvane {version}</h1>\n<p>{language} page {page}</p>\n" + "<p>text</p>\n" * 40)
+    (help_dir / "index.html").write_text(f"<h1>corvane help {version}</h1>\n")
+    (help_dir / "version.txt").write_text(f"version={version}\n")
+
+
+CONTENTS = {"program": program_tree, "help": help_tree}
+
+
+def build_package(pack, private_key, out, spec, work):
+    """One package from a row "NAME VERSION CONTENT [pkgupdate-pack build options]"."""
+    name, version, content, *options = spec.split()
+    tree = work / f"{name}-{version}"
+    shutil.rmtree(tree, ignore_errors=True)
+    CONTENTS[content](tree, version)
+    subprocess.run([str(pack), "build", "tree", "--name", name, "--version", version, "--bsp", devicelayer.BSP,
+                    "--key", str(private_key), "--out", str(out), *options, str(tree)],
+                   check=True, stdout=subprocess.DEVNULL)
+
+
+def master_boot_record(start, sectors):
+    """A DOS partition table with one FAT32 (LBA) partition."""
+    entry = bytes([0, 0xFE, 0xFF, 0xFF, 0x0C, 0xFE, 0xFF, 0xFF]) + struct.pack("<II", start, sectors)
+    return bytes(446) + entry + bytes(48) + b"\x55\xaa"
+
+
+def make_image(files, image):
+    """A partitioned stick image with one FAT partition holding the files."""
+    image.unlink(missing_ok=True)
+    sectors = (STICK_SIZE_MB << 20) // 512 - PARTITION_START
+    with open(image, "wb") as handle:
+        handle.write(master_boot_record(PARTITION_START, sectors))
+        handle.truncate(STICK_SIZE_MB << 20)
+    subprocess.run(["mkfs.vfat", "-F", "32", "-n", "STICK", "--offset", str(PARTITION_START), str(image),
+                    str(sectors // 2)], check=True, stdout=subprocess.DEVNULL)
+    partition = f"{image}@@{PARTITION_START * 512}"
+    for path in sorted(files):
+        subprocess.run(["mcopy", "-i", partition, str(path), "::/"], check=True)
+
+
+def make_stick(pack, private_key, specs, work):
+    """Builds the packages of the rows and the stick image; returns the image and the files."""
+    out = work / "stick"
+    shutil.rmtree(out, ignore_errors=True)
+    out.mkdir(parents=True)
+    for spec in specs:
+        build_package(pack, private_key, out, spec, work / "sources")
+    files = sorted(out.iterdir())
+    make_image(files, work / "stick.img")
+    return work / "stick.img", [path.name for path in files]
