@@ -2,6 +2,11 @@
 
 #include <QFile>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 // Created once and never closed: messages may still come during process exit,
@@ -49,11 +54,20 @@ bool openConsoleLog(const QString& path, QString& error)
     if (g_consoleLog && g_consoleLog->isOpen())
         return true;
     delete g_consoleLog;
-    g_consoleLog = new QFile(path);
-    // Append: a console that is a plain file keeps what was written before.
-    if (g_consoleLog->open(QIODevice::WriteOnly | QIODevice::Append))
+    g_consoleLog = new QFile;
+    // O_APPEND: a console that is a plain file keeps what was written before. QFile's
+    // own Append mode would seek, which a terminal refuses with a warning of its own.
+    // O_NOCTTY: the console must not become the installer's controlling terminal,
+    // whose hang-up or interrupt key would end it in the middle of an installation.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0) {
+        error = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    if (g_consoleLog->open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle))
         return true;
     error = g_consoleLog->errorString();
+    ::close(fd);
     return false;
 }
 
