@@ -24,7 +24,7 @@ const qint64 DeviceUnpackBytesPerS = 1 * MB;
 // tmpfs keeps every file in whole pages.
 const qint64 Page = 4096;
 // The installed installer, which the hand-over starts with the stick's path.
-const QString InstalledInstaller = QStringLiteral("/usr/local/bin/pkgupdate");
+const QString InstalledInstaller = CSystemTemplate::standardInstallerPath();
 
 // One line of the archive's listing.
 struct Member {

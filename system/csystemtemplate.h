@@ -47,8 +47,11 @@ public:
     QString tempDir;
     // The device's BSP version text; null until ReadBspVersion() succeeds.
     QString bspVersion;
+    // Where a device keeps its installer, which Installer() starts with the stick's
+    // path after an installer update.
+    static QString standardInstallerPath() { return QStringLiteral("/usr/local/bin/pkgupdate"); }
     // The installed installer, started by Installer() after an installer update.
-    QString installerPath = QStringLiteral("/usr/local/bin/pkgupdate");
+    QString installerPath = standardInstallerPath();
 
 protected:
     ~CSystemTemplate() = default;
