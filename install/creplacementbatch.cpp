@@ -1,8 +1,12 @@
 #include "install/creplacementbatch.h"
 
+#include <QDebug>
+#include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
@@ -69,26 +73,48 @@ int createStaging(const QByteArray& path)
     return fd;
 }
 
-// Writes source's contents and permission bits to the new file staging.
-bool writeCopy(int in, const struct stat& source, const QByteArray& staging)
+// Writes source's contents and permission bits to the new file staging; 0 or the
+// errno of what failed.
+int writeCopy(int in, const struct stat& source, const QByteArray& staging)
 {
     const int out = createStaging(staging);
     if (out < 0)
-        return false;
+        return errno;
     // The permission bits only, as the installer always copied them.
-    bool ok = copyContents(in, out, source.st_size) && ::fchmod(out, source.st_mode & 0777) == 0;
-    ok = ::close(out) == 0 && ok;
-    if (!ok)
+    int error = copyContents(in, out, source.st_size) && ::fchmod(out, source.st_mode & 0777) == 0 ? 0 : errno;
+    if (::close(out) != 0 && error == 0)
+        error = errno;
+    if (error != 0)
         ::unlink(staging.constData());
-    return ok;
+    return error;
+}
+
+// Removes the staging entries that an interrupted installation left in directory,
+// so that they do not take the room of the files installed there next.
+void removeStaleStaging(const QByteArray& directory)
+{
+    const QDir dir(QFile::decodeName(directory));
+    const QStringList stale = dir.entryList({ QStringLiteral(".*") + QString::fromLatin1(kStagingSuffix) },
+        QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
+    for (const QString& name : stale) {
+        qDebug() << "staging entry left by an interrupted installation removed:" << dir.filePath(name);
+        ::unlink(QFile::encodeName(dir.filePath(name)).constData());
+    }
 }
 
 } // namespace
+
+CReplacementBatch::CReplacementBatch(Flush flush)
+    : m_flush(std::move(flush))
+{
+}
 
 CReplacementBatch::~CReplacementBatch()
 {
     for (const Staged& staged : m_staged)
         ::unlink(staged.staging.constData());
+    for (const FileSystem& fileSystem : m_fileSystems)
+        ::close(fileSystem.fd);
 }
 
 QString CReplacementBatch::stagingPath(const QString& destination)
@@ -102,26 +128,30 @@ QString CReplacementBatch::stagingPath(const QString& destination)
     return destination.left(slash + 1) + QFile::decodeName(staging);
 }
 
-bool CReplacementBatch::stageCopy(const QString& source, const QString& destination)
+CReplacementBatch::Staging CReplacementBatch::stageCopy(const QString& source, const QString& destination)
 {
     const QByteArray target = QFile::encodeName(destination);
     if (isDirectory(target))
-        return false;
-    const int in = ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
+        return Staging::Failed;
+    const int fileSystem = enterDirectory(target);
+    const int in = fileSystem < 0 ? -1 : ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
     if (in < 0)
-        return false;
+        return Staging::Failed;
     const QByteArray staging = QFile::encodeName(stagingPath(destination));
     struct stat info;
-    const bool ok = ::fstat(in, &info) == 0 && S_ISREG(info.st_mode) && writeCopy(in, info, staging);
+    const int error = ::fstat(in, &info) != 0 ? errno : S_ISREG(info.st_mode) ? writeCopy(in, info, staging) : EINVAL;
     ::close(in);
-    if (ok)
-        add(Staged { staging, target, Failure { source, false } });
-    return ok;
+    if (error == 0) {
+        add(Staged { staging, target, Failure { source, false }, fileSystem });
+        return Staging::Staged;
+    }
+    return error == ENOSPC || error == EDQUOT ? Staging::NoRoom : Staging::Failed;
 }
 
 bool CReplacementBatch::prepareLink(const QString& destination)
 {
-    if (isDirectory(QFile::encodeName(destination)))
+    const QByteArray target = QFile::encodeName(destination);
+    if (isDirectory(target) || enterDirectory(target) < 0)
         return false;
     ::unlink(QFile::encodeName(stagingPath(destination)).constData());
     return true;
@@ -129,8 +159,35 @@ bool CReplacementBatch::prepareLink(const QString& destination)
 
 void CReplacementBatch::addLink(const QString& source, const QString& destination)
 {
+    const QByteArray target = QFile::encodeName(destination);
     add(Staged {
-        QFile::encodeName(stagingPath(destination)), QFile::encodeName(destination), Failure { source, true } });
+        QFile::encodeName(stagingPath(destination)), target, Failure { source, true }, enterDirectory(target) });
+}
+
+int CReplacementBatch::enterDirectory(const QByteArray& destination)
+{
+    const int slash = destination.lastIndexOf('/');
+    const QByteArray directory = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : destination.left(slash);
+    const auto known = m_directories.constFind(directory);
+    if (known != m_directories.cend())
+        return known.value();
+    const int fd = ::open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    struct stat info;
+    if (fd < 0 || ::fstat(fd, &info) != 0) {
+        if (fd >= 0)
+            ::close(fd);
+        return -1;
+    }
+    removeStaleStaging(directory);
+    const auto same = std::find_if(m_fileSystems.cbegin(), m_fileSystems.cend(),
+        [&info](const FileSystem& fileSystem) { return fileSystem.device == info.st_dev; });
+    const int index = int(same - m_fileSystems.cbegin());
+    if (same == m_fileSystems.cend())
+        m_fileSystems.push_back(FileSystem { info.st_dev, fd, directory, true });
+    else
+        ::close(fd);
+    m_directories.insert(directory, index);
+    return index;
 }
 
 void CReplacementBatch::add(const Staged& staged)
@@ -149,10 +206,13 @@ std::vector<CReplacementBatch::Failure> CReplacementBatch::commit()
     std::vector<Failure> failures;
     if (m_staged.empty())
         return failures;
-    // New contents durable before any name points at them ...
-    syncFileSystems();
+    // New contents durable before any name points at them; where the flash did not
+    // take them, the old files stay ...
+    for (FileSystem& fileSystem : m_fileSystems)
+        flush(fileSystem, "before the renames");
     for (const Staged& staged : m_staged) {
-        if (::rename(staged.staging.constData(), staged.destination.constData()) != 0) {
+        if (!m_fileSystems[size_t(staged.fileSystem)].flushed
+            || ::rename(staged.staging.constData(), staged.destination.constData()) != 0) {
             ::unlink(staged.staging.constData());
             failures.push_back(staged.origin);
         }
@@ -160,8 +220,18 @@ std::vector<CReplacementBatch::Failure> CReplacementBatch::commit()
     m_staged.clear();
     m_byDestination.clear();
     // ... and the renames durable before the device may be restarted.
-    syncFileSystems();
+    for (FileSystem& fileSystem : m_fileSystems) {
+        if (fileSystem.flushed)
+            flush(fileSystem, "after the renames");
+    }
     return failures;
+}
+
+void CReplacementBatch::flush(FileSystem& fileSystem, const char* moment)
+{
+    fileSystem.flushed = m_flush(fileSystem.fd);
+    if (!fileSystem.flushed)
+        qCritical("sync error %s %s: %s", moment, fileSystem.directory.constData(), std::strerror(errno));
 }
 
 void syncFileSystems()

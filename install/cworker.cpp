@@ -40,7 +40,7 @@ public:
         , m_opened(!worker.m_batch)
     {
         if (m_opened)
-            worker.m_batch = std::make_unique<CReplacementBatch>();
+            worker.openBatch();
     }
     ~BatchScope()
     {
@@ -274,10 +274,37 @@ void CWorker::copyEntry(const QString& source, const QString& destination, bool 
     }
 }
 
+void CWorker::openBatch()
+{
+    m_batch = std::make_unique<CReplacementBatch>([this](int fd) { return m_system.SyncFileSystem(fd); });
+}
+
+bool CWorker::stageFile(const QString& source, const QString& destination)
+{
+    using Staging = CReplacementBatch::Staging;
+    Staging staging = m_batch->stageCopy(source, destination);
+    if (staging != Staging::NoRoom)
+        return staging == Staging::Staged;
+    // The flash is full: what is staged goes in place first, which frees the room
+    // of the old files it replaces.
+    qWarning() << "copy   full flash, files put in place before" << destination;
+    commitBatch();
+    openBatch();
+    staging = m_batch->stageCopy(source, destination);
+    if (staging == Staging::NoRoom) {
+        // Still no room beside the old file: it goes first, as a plain copy would do
+        // it. A power cut before the rename leaves this one file missing, never torn.
+        qWarning() << "copy   full flash, old file removed first" << destination;
+        ::unlink(QFile::encodeName(destination).constData());
+        staging = m_batch->stageCopy(source, destination);
+    }
+    return staging == Staging::Staged;
+}
+
 bool CWorker::stage(const QString& source, const QString& destination, bool link)
 {
     if (!link)
-        return m_batch->stageCopy(source, destination);
+        return stageFile(source, destination);
     // A directory in the way: the link call fails on it and reports why.
     if (!m_batch->prepareLink(destination))
         return m_system.CopySymlink(source, destination);

@@ -79,8 +79,13 @@ private:
     // False for a DELETE path that is relative or whose removal would take the
     // root, the public keys or the installed installer with it.
     [[nodiscard]] bool mayDelete(const QString& path);
+    // Opens a new replacement batch, flushed through the platform object.
+    void openBatch();
     // Stages source as destination in the open batch; false if that failed.
     bool stage(const QString& source, const QString& destination, bool link);
+    // stage() for a file: on a full flash, the staged files are put in place first
+    // and, if that does not free enough room, the old file is removed first.
+    bool stageFile(const QString& source, const QString& destination);
     // Puts the open batch's files in place; a failed rename becomes a copy error.
     void commitBatch();
     // Copies the number-th FILE_LIST entry name to its DEST_FILEn directory.

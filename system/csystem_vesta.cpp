@@ -258,6 +258,13 @@ bool CSystem_Vesta::judgeUnpack(CWaitedCommand& tar, QString& error)
     return false;
 }
 
+bool CSystem_Vesta::SyncFileSystem(int fd)
+{
+    // sync() reports nothing; syncfs() reports a write-back error of the file system
+    // since fd was opened.
+    return ::syncfs(fd) == 0;
+}
+
 bool CSystem_Vesta::CopySymlink(const QString& source, const QString& destination)
 {
     char target[kSymlinkBufferSize];

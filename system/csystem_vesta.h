@@ -48,6 +48,7 @@ public:
     bool Unpack(const QFileInfo& package, QString& error) override;
     bool CopySymlink(const QString& source, const QString& destination) override;
     bool ReadBspVersion() override;
+    bool SyncFileSystem(int fd) override;
 
 private:
     // The result of a tar run that finished or ran over its budget.

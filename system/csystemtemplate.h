@@ -40,6 +40,9 @@ public:
     virtual bool CopySymlink(const QString& source, const QString& destination) = 0;
     // Reads the device's BSP version into bspVersion.
     virtual bool ReadBspVersion() = 0;
+    // Makes the data written to the file system that holds the open file fd durable;
+    // false, with errno set, when the kernel reports that some of it was not written.
+    virtual bool SyncFileSystem(int fd) = 0;
 
     // "/usr/local/share/corvane/" on the device, with its trailing slash.
     QString shareDir;

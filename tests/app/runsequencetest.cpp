@@ -74,7 +74,7 @@ void RunSequenceTest::runs()
         const QStringList row = line.split(QStringLiteral(" | "));
         CLeavingSystem system(work.filePath(QStringLiteral("share/")), work.filePath(QStringLiteral("tmp")));
         system.loopResult = row[2].toInt();
-        system.failing = system.failingStarts = row[3].split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        system.failing = system.failingCalls = row[3].split(QLatin1Char(' '), Qt::SkipEmptyParts);
         CUpdateCollector collector(6, device);
         CWorker worker(system);
         QByteArrayList arguments { "pkgupdate" };

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QProcess>
 
+#include <cerrno>
 #include <unistd.h>
 
 bool CFakeSystem::PrepareTempDir()
@@ -10,6 +11,14 @@ bool CFakeSystem::PrepareTempDir()
     calls << QStringLiteral("PrepareTempDir");
     QDir(tempDir).removeRecursively();
     return QDir().mkpath(tempDir);
+}
+
+bool CFakeSystem::SyncFileSystem(int fd)
+{
+    if (!failingCalls.contains(QStringLiteral("SyncFileSystem")))
+        return ::syncfs(fd) == 0;
+    errno = EIO;
+    return false;
 }
 
 bool CFakeSystem::verifySignature(const QFileInfo& package, QString& error)

@@ -21,9 +21,9 @@ public:
     bool Start_CV3() override { return note(QStringLiteral("Start_CV3")); }
     bool Installer(const QString& argument) override
     {
-        return note(QStringLiteral("Installer ") + argument) && !failingStarts.contains(QStringLiteral("Installer"));
+        return note(QStringLiteral("Installer ") + argument) && !failingCalls.contains(QStringLiteral("Installer"));
     }
-    bool Reset() override { return note(QStringLiteral("Reset")) && !failingStarts.contains(QStringLiteral("Reset")); }
+    bool Reset() override { return note(QStringLiteral("Reset")) && !failingCalls.contains(QStringLiteral("Reset")); }
     bool PrepareTempDir() override;
     bool Mount_Tmpf_Bigger(bool bigger) override
     {
@@ -37,11 +37,14 @@ public:
     bool Unpack(const QFileInfo& package, QString& error) override;
     bool CopySymlink(const QString& source, const QString& destination) override;
     bool ReadBspVersion() override { return !bspVersion.isNull(); }
+    // The device's syncfs; as a write-back error (EIO) when failingCalls names it.
+    bool SyncFileSystem(int fd) override;
 
     QStringList calls;
     QStringList rejectedPackages;
-    // "Installer" and "Reset" here cannot start their program (they return false).
-    QStringList failingStarts;
+    // "Installer" and "Reset" here cannot start their program, "SyncFileSystem"
+    // reports a write-back error (they return false).
+    QStringList failingCalls;
     QMap<QString, QString> unpackSources;
     QString unpackError = QStringLiteral("bzip2: (stdin) is not a bzip2 file. ; ");
 

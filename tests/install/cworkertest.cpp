@@ -44,6 +44,7 @@ private:
     // Carries out the lines of a data file:
     //   conf TEXT        reads TEXT (with escapes) as UPDATE.CONF; "conf" alone: no file
     //   reject FILE      the fake platform object refuses the signature of FILE
+    //   fail CALL        the fake platform object's CALL fails from now on
     //   make MODE ARGS   pkgupdate-pack build into the stick; "@" is the work directory
     //   install NAME KIND VERSION SELECTED(y/n), ...
     //                    installs records of NAME-VERSION-BSP-1.36.0.tar.bz2 on the
@@ -92,6 +93,8 @@ QString CWorkerTest::run(const QString& dataFile, CSystemTemplate& system, CFake
             text += '\n';
         } else if (word == QLatin1String("reject")) {
             fake->rejectedPackages << rest;
+        } else if (word == QLatin1String("fail")) {
+            fake->failingCalls << rest;
         } else if (word == QLatin1String("make")) {
             const QStringList arguments = rest.split(' ').replaceInStrings(QStringLiteral("@"), m_dir.path());
             if (m_maker.make(arguments.first(), m_dir.filePath(QStringLiteral("stick")), arguments.mid(1)).isEmpty())

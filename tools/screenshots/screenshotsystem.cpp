@@ -67,3 +67,8 @@ bool CScreenshotSystem::ReadBspVersion()
 {
     return true;
 }
+
+bool CScreenshotSystem::SyncFileSystem(int)
+{
+    return true;
+}

@@ -22,4 +22,5 @@ public:
     bool Unpack(const QFileInfo& package, QString& error) override;
     bool CopySymlink(const QString& source, const QString& destination) override;
     bool ReadBspVersion() override;
+    bool SyncFileSystem(int fd) override;
 };
