@@ -15,6 +15,7 @@ umask 022
 # shellcheck disable=SC2317 # the functions are called from the table's lines
 {
 pack() { "${command[@]}" "$@"; }
+sandbox() { "$here/../../simdevice/device-sandbox" "$@"; }
 # The archive's members with mode and size, without the dates and owners that change,
 # in the order of their paths.
 listing() { tar -tvjf "$1" | awk '{ $2 = $4 = $5 = ""; print }' | tr -s ' ' | sort -k3; }
