@@ -4,12 +4,21 @@
 #include "pack/externaltool.h"
 #include "pack/packagefindings.h"
 #include "pack/packcommands.h"
+#include "system/csystemtemplate.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTextStream>
+
+#include <csignal>
+#include <cstdio>
+#include <iterator>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace PackCommands {
 
@@ -28,11 +37,16 @@ const CCommandLine::Help BuildHelp = {
     "      The files lie flat at the archive's top; UPDATE.CONF names their\n"
     "      destination directories (DEST_FILE1..n) and FILE_LIST, in the given order.\n\n"
     "The package is checked with the installer's own rules before anything is\n"
-    "written: its file name must read back as the name, version and BSP given, its\n"
-    "UPDATE.CONF as the keys meant, and links to a directory or out of the package\n"
-    "are refused (the installer empties the directory such a link names when it\n"
-    "clears its unpack directory). A package too large for the device's RAM disk, or\n"
-    "one that may not unpack within the installer's time budget, is warned about.",
+    "written and refused when a device would not install it as meant: a name,\n"
+    "version or BSP that does not read back as given, a blank in the name, an\n"
+    "UPDATE.CONF that reads otherwise, an empty or relative destination, a DELETE\n"
+    "the installer refuses, links to a directory or out of the package, an installer\n"
+    "without a launcher at /usr/local/bin/pkgupdate, help files whose version.txt\n"
+    "differs. A files-mode link is packed as the file it points to. A package too\n"
+    "large for the device's RAM disk, or one that may not unpack within the\n"
+    "installer's time budget, is warned about. Members are sorted and their times\n"
+    "clamped to SOURCE_DATE_EPOCH (default: the newest input's), so the same inputs\n"
+    "give the same bytes.",
     "The archive's path is printed on standard output, findings on standard error.\n\n"
     "Examples:\n"
     "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
@@ -41,9 +55,9 @@ const CCommandLine::Help BuildHelp = {
     "      --key keys/private.pem --out stick/ \\\n"
     "      --delete /usr/local/share/corvane/help help-tree/\n\n"
     "Exit status:\n"
-    "  0  built (also with warnings)\n"
-    "  2  wrong arguments\n"
-    "  3  the package is refused, nothing written\n"
+    "  0  built (also with warnings, unless --strict)\n"
+    "  2  wrong arguments, or options that would not apply\n"
+    "  3  the package is refused, or exists already (see --force); nothing written\n"
     "  4  an external tool (openssl, tar, cp) or a file operation failed\n",
 };
 
@@ -63,7 +77,13 @@ const QList<CCommandLine::Option> BuildOptions = {
     { "file-name", "NAME",
         "the archive's file name, as given and not checked\n(default: made from the options above)" },
     { "no-signature", nullptr, "write no .sha1 file (an old one of the same name is\nremoved)" },
-    { "unsafe-links", nullptr, "build with refused links anyway (only to test how the\ninstaller handles them)" },
+    { "unsafe", nullptr, "build a refused package anyway (only to test how the\ninstaller and check handle it)" },
+    { "launcher", nullptr,
+        "installer packages: install the given /usr/local/bin/pkgupdate\nas pkgupdate.bin and a launcher script as "
+        "pkgupdate,\n"
+        "which the hand-over can start with the stick's path" },
+    { "strict", nullptr, "refuse the package on warnings too (size, unpack time,\nunknown kind)" },
+    { "force", nullptr, "replace an archive or signature of the same name in OUTDIR\n(default: refuse)" },
 };
 
 // What the options ask for.
@@ -71,7 +91,7 @@ struct BuildRequest {
     QString mode; // "tree" or "files"
     QStringList sources; // SOURCEDIR, or FILE=DESTDIR pairs
     QString name, version, bsp, key, out, remove, confBsp, conf, fileName;
-    bool oldStyle = false, sign = true, unsafeLinks = false;
+    bool oldStyle = false, sign = true, unsafe = false, launcher = false, strict = false, force = false;
 };
 
 // How a step ended: ok, or the exit status and its message.
@@ -116,7 +136,10 @@ BuildRequest requestOf(const CCommandLine& commandLine)
     request.fileName = commandLine.value("file-name");
     request.oldStyle = commandLine.isSet("old-style");
     request.sign = !commandLine.isSet("no-signature");
-    request.unsafeLinks = commandLine.isSet("unsafe-links");
+    request.unsafe = commandLine.isSet("unsafe");
+    request.launcher = commandLine.isSet("launcher");
+    request.strict = commandLine.isSet("strict");
+    request.force = commandLine.isSet("force");
     return request;
 }
 
@@ -127,6 +150,26 @@ QString archiveName(const BuildRequest& request)
     if (request.oldStyle)
         return QStringLiteral("%1-%2-update.tar.bz2").arg(request.version, request.bsp);
     return QStringLiteral("%1-%2-BSP-%3.tar.bz2").arg(request.name, request.version, request.bsp);
+}
+
+// Options that would have no effect are refused, not ignored.
+Outcome checkOptionsApply(const BuildRequest& request)
+{
+    const bool ownConf = !request.conf.isEmpty()
+        || (request.mode == QLatin1String("tree")
+            && QFileInfo::exists(request.sources.value(0) + QStringLiteral("/UPDATE.CONF")));
+    if (ownConf && (!request.remove.isEmpty() || !request.confBsp.isEmpty()))
+        return usage(QStringLiteral("--delete and --conf-bsp write UPDATE.CONF, but the package brings its own "
+                                    "(--conf or SOURCEDIR/UPDATE.CONF): put DELETE and BSP there"));
+    if (request.mode == QLatin1String("files") && !request.confBsp.isEmpty())
+        return usage(QStringLiteral("--conf-bsp is for tree packages: the installer reads UPDATE.CONF's BSP only "
+                                    "when it copies a tree"));
+    if (request.oldStyle && !request.name.isEmpty())
+        return usage(QStringLiteral("--old-style packages are installers named <V>-<BSP>-update.tar.bz2: drop "
+                                    "--name"));
+    if (request.launcher && !request.oldStyle && !request.name.startsWith(QLatin1String("ins")))
+        return usage(QStringLiteral("--launcher is for installer packages (--name ins... or --old-style)"));
+    return {};
 }
 
 Outcome checkRequest(const BuildRequest& request)
@@ -153,7 +196,7 @@ Outcome checkRequest(const BuildRequest& request)
         return usage(QStringLiteral("tree needs exactly one SOURCEDIR"));
     if (request.mode == QLatin1String("files") && request.sources.isEmpty())
         return usage(QStringLiteral("no FILE=DESTDIR given"));
-    return {};
+    return checkOptionsApply(request);
 }
 
 // The archive's name must classify as the package meant, as the installer's
@@ -178,6 +221,8 @@ Outcome checkName(const BuildRequest& request, const QString& fileName)
     if (record.priority == KindUnrecognised) {
         QTextStream(stderr) << "pkgupdate-pack build: warning: the installer knows no kind of package named '"
                             << request.name << "' (names begin with bin, doc or ins) and lists it as unrecognised\n";
+        if (request.strict)
+            return refused(QStringLiteral("--strict: a warning refuses the package"));
     }
     return {};
 }
@@ -207,10 +252,14 @@ Outcome writeText(const QString& path, const QString& text)
     return failed(QStringLiteral("cannot write '%1': %2").arg(path, file.errorString()));
 }
 
-// cp -a keeps links as links and the permission bits.
-Outcome copy(const QString& source, const QString& destination)
+// cp -a keeps links as links and the permission bits; with followLinks a link is
+// copied as the file it points to.
+Outcome copy(const QString& source, const QString& destination, bool followLinks = false)
 {
-    const ExternalRun cp = runExternal(QStringLiteral("cp"), { QStringLiteral("-a"), source, destination });
+    const QStringList options { QStringLiteral("-a") };
+    const ExternalRun cp = runExternal(QStringLiteral("cp"),
+        options + (followLinks ? QStringList { QStringLiteral("-L") } : QStringList())
+            + QStringList { source, destination });
     return cp.ok ? Outcome() : failed(cp.failure);
 }
 
@@ -243,7 +292,13 @@ Outcome stageFiles(const BuildRequest& request, const QString& stage, Script& sc
         const QString name = QFileInfo(file).fileName();
         if (script.files.contains(name))
             return usage(QStringLiteral("two files named '%1': the package holds its files flat").arg(name));
-        const Outcome copied = copy(file, stage);
+        // The device copies files, not links: a link (corvane -> corvane-3.3.0) is
+        // packed as the file it points to, under the link's name.
+        if (QFileInfo(file).isSymLink()) {
+            QTextStream(stderr) << "pkgupdate-pack build: '" << file << "' is a link: the package holds the file it "
+                                << "points to (" << QFileInfo(file).canonicalFilePath() << ") as '" << name << "'\n";
+        }
+        const Outcome copied = copy(file, stage, true);
         if (!copied.ok())
             return copied;
         script.files << name;
@@ -276,37 +331,97 @@ Outcome checkScript(const QString& conf, const Script& script)
     return {};
 }
 
-// Prints the archive's findings; refuses links the installer handles badly.
-Outcome checkFindings(const QString& archive, const QString& fileName, bool unsafeLinks)
+// Prints the archive's findings; refuses what the device would not install as
+// meant, links the installer handles badly, and with --strict any warning.
+Outcome checkFindings(const QString& archive, const BuildRequest& request)
 {
-    bool refusal = false;
+    bool unsafeLink = false, fault = false, warning = false;
     for (const PackageFinding& finding : packageFindings(archive)) {
         if (finding.severity == PackageFinding::Unreadable)
             return failed(QStringLiteral("cannot check the archive: ") + finding.text);
-        QTextStream(stderr) << findingLine(fileName, finding) << '\n';
-        refusal = refusal || finding.severity == PackageFinding::Refusal;
+        QTextStream(stderr) << findingLine(QFileInfo(archive).fileName(), finding) << '\n';
+        unsafeLink = unsafeLink || finding.severity == PackageFinding::Refusal;
+        fault = fault || finding.severity == PackageFinding::Fault;
+        warning = warning || finding.severity == PackageFinding::Warning;
     }
-    if (refusal && !unsafeLinks) {
+    if (unsafeLink && !request.unsafe) {
         return refused(QStringLiteral("a link to a directory or out of the package empties the device's directory "
                                       "when the installer clears its unpack directory"));
     }
+    if (fault && !request.unsafe)
+        return refused(QStringLiteral("the device would not install this package as meant (see above)"));
+    if (warning && request.strict)
+        return refused(QStringLiteral("--strict: a warning refuses the package"));
     return {};
 }
 
-// Archives the stage with neutral owners, checks and signs the archive, all inside
-// the work directory; nothing lands in the output directory before it all succeeded.
+// The archive's times: SOURCE_DATE_EPOCH when set, else the newest input's time,
+// so that two builds of the same inputs give the same bytes.
+qint64 sourceDateEpoch(const BuildRequest& request)
+{
+    bool set = false;
+    const qint64 epoch = qEnvironmentVariable("SOURCE_DATE_EPOCH").toLongLong(&set);
+    if (set)
+        return epoch;
+    QStringList inputs;
+    for (const QString& source : request.sources)
+        inputs << (request.mode == QLatin1String("files") ? source.left(source.lastIndexOf(QLatin1Char('='))) : source);
+    if (!request.conf.isEmpty())
+        inputs << request.conf;
+    qint64 newest = 0;
+    for (const QString& input : qAsConst(inputs)) {
+        newest = qMax(newest, QFileInfo(input).lastModified().toSecsSinceEpoch());
+        QDirIterator entries(
+            input, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (entries.hasNext()) {
+            entries.next();
+            newest = qMax(newest, entries.fileInfo().lastModified().toSecsSinceEpoch());
+        }
+    }
+    return newest;
+}
+
+// Archives the stage reproducibly: members sorted by name, times clamped to the
+// source date, owner and group 0 by number.
+Outcome archiveStage(const QString& stage, const QString& archive, qint64 epoch)
+{
+    const ExternalRun tar = runExternal(QStringLiteral("tar"),
+        { QStringLiteral("-cjf"), archive, QStringLiteral("--sort=name"), QStringLiteral("--mtime=@%1").arg(epoch),
+            QStringLiteral("--clamp-mtime"), QStringLiteral("--owner=0"), QStringLiteral("--group=0"),
+            QStringLiteral("--numeric-owner"), QStringLiteral("-C"), stage, QStringLiteral(".") });
+    return tar.ok ? Outcome() : failed(tar.failure);
+}
+
+// Puts the signature, then the archive in OUTDIR, each by a rename: the device
+// never finds the archive without its signature. An old archive of the same name
+// goes first, so that it is never seen with the new signature.
+Outcome publish(const QString& archive, const QString& target, bool sign)
+{
+    // rename(2) replaces an existing file in one step; QFile::rename would not.
+    const auto moved = [](const QString& from, const QString& to) {
+        return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+    };
+    const QString signature = target + QStringLiteral(".sha1");
+    QFile::remove(target);
+    if (sign && !moved(archive + QStringLiteral(".sha1"), signature))
+        return failed(QStringLiteral("cannot move the signature to '%1'").arg(signature));
+    if (!sign)
+        QFile::remove(signature);
+    if (!moved(archive, target))
+        return failed(QStringLiteral("cannot move the package to '%1'").arg(target));
+    return {};
+}
+
+// Archives, checks and signs the stage inside the work directory; nothing lands in
+// the output directory before it all succeeded.
 Outcome pack(const BuildRequest& request, const QString& stage, const QString& fileName, const QString& work)
 {
-    const QString archive = work + QStringLiteral("/archive.tar.bz2");
-    const ExternalRun tar = runExternal(QStringLiteral("tar"),
-        { QStringLiteral("-cjf"), archive, QStringLiteral("--owner=0"), QStringLiteral("--group=0"),
-            QStringLiteral("--numeric-owner"), QStringLiteral("-C"), stage, QStringLiteral(".") });
-    if (!tar.ok)
-        return failed(tar.failure);
-    const Outcome checked = checkFindings(archive, fileName, request.unsafeLinks);
-    if (!checked.ok())
-        return checked;
-    if (request.sign) {
+    // The archive carries its own name while it is checked: its kind and version are read from it.
+    const QString archive = work + QLatin1Char('/') + fileName;
+    Outcome outcome = archiveStage(stage, archive, sourceDateEpoch(request));
+    if (outcome.ok())
+        outcome = checkFindings(archive, request);
+    if (outcome.ok() && request.sign) {
         const ExternalRun openssl = runExternal(QStringLiteral("openssl"),
             { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), request.key,
                 QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive });
@@ -314,33 +429,131 @@ Outcome pack(const BuildRequest& request, const QString& stage, const QString& f
             return failed(openssl.failure);
     }
     const QString target = QDir(request.out).absoluteFilePath(fileName);
-    QFile::remove(target);
-    QFile::remove(target + QStringLiteral(".sha1"));
-    if (!QFile::rename(archive, target)
-        || (request.sign && !QFile::rename(archive + QStringLiteral(".sha1"), target + QStringLiteral(".sha1"))))
-        return failed(QStringLiteral("cannot move the package to '%1'").arg(target));
-    QTextStream(stdout) << target << '\n';
-    return {};
+    if (outcome.ok())
+        outcome = publish(archive, target, request.sign);
+    if (outcome.ok())
+        QTextStream(stdout) << target << '\n';
+    return outcome;
 }
 
-Outcome buildPackage(const BuildRequest& request)
+// The work directory that SIGINT, SIGTERM or SIGHUP remove before the build ends
+// as the signal would end it, and OUTDIR if the build made it: an interrupted build
+// leaves nothing.
+class InterruptCleanup {
+public:
+    InterruptCleanup(const QString& work, const QString& madeOut)
+    {
+        qstrncpy(s_work, QFile::encodeName(work).constData(), sizeof s_work);
+        qstrncpy(s_madeOut, QFile::encodeName(madeOut).constData(), sizeof s_madeOut);
+        for (size_t index = 0; index < std::size(kSignals); ++index)
+            m_previous[index] = std::signal(kSignals[index], &removeAndEnd);
+    }
+    ~InterruptCleanup()
+    {
+        for (size_t index = 0; index < std::size(kSignals); ++index)
+            std::signal(kSignals[index], m_previous[index]);
+    }
+    InterruptCleanup(const InterruptCleanup&) = delete;
+    InterruptCleanup& operator=(const InterruptCleanup&) = delete;
+
+private:
+    static constexpr int kSignals[] = { SIGINT, SIGTERM, SIGHUP };
+    // Only async-signal-safe calls: fork, execv, waitpid, signal, raise.
+    static void removeAndEnd(int signalNumber)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            char rm[] = "rm", recursive[] = "-rf";
+            char* const argv[] = { rm, recursive, s_work, nullptr };
+            ::execv("/bin/rm", argv);
+            ::_exit(127);
+        }
+        if (child > 0)
+            ::waitpid(child, nullptr, 0);
+        if (s_madeOut[0] != '\0')
+            ::rmdir(s_madeOut);
+        std::signal(signalNumber, SIG_DFL);
+        std::raise(signalNumber);
+    }
+    static inline char s_work[4096] = {};
+    static inline char s_madeOut[4096] = {};
+    void (*m_previous[std::size(kSignals)])(int) = {};
+};
+
+// The launcher that --launcher installs as /usr/local/bin/pkgupdate: the hand-over
+// starts that path with the stick's path alone, which the installer binary refuses.
+const QString LauncherScript = QStringLiteral("#!/bin/sh\n"
+                                              "# Starts the installer on the panel; a hand-over gives the stick's path "
+                                              "alone.\n"
+                                              "[ \"$1\" = -qws ] || set -- -qws \"$@\"\n"
+                                              "exec %1.bin \"$@\"\n");
+
+// Moves the installer binary at path to path.bin and writes the launcher at path.
+Outcome writeLauncher(const QString& path)
+{
+    const QString binary = path + QStringLiteral(".bin");
+    QFile::remove(binary);
+    if (!QFile::rename(path, binary))
+        return failed(QStringLiteral("cannot rename '%1' to '%2'").arg(path, binary));
+    const Outcome written = writeText(path, LauncherScript.arg(CSystemTemplate::standardInstallerPath()));
+    if (written.ok() && !QFile::setPermissions(path, QFile::permissions(binary)))
+        return failed(QStringLiteral("cannot make '%1' executable").arg(path));
+    return written;
+}
+
+// --launcher in files mode: the file given for /usr/local/bin/pkgupdate is copied to
+// the work directory, where it becomes pkgupdate.bin beside its launcher.
+Outcome launcherSources(BuildRequest& request, const QString& work)
+{
+    const QFileInfo installer(CSystemTemplate::standardInstallerPath());
+    for (int index = 0; index < request.sources.size(); ++index) {
+        const QString pair = request.sources.at(index);
+        const int equals = pair.lastIndexOf(QLatin1Char('='));
+        if (QFileInfo(pair.left(equals)).fileName() != installer.fileName()
+            || QDir::cleanPath(pair.mid(equals + 1)) != installer.path())
+            continue;
+        const QString copied = work + QStringLiteral("/launcher/") + installer.fileName();
+        Outcome outcome = QDir().mkpath(QFileInfo(copied).path())
+            ? copy(pair.left(equals), copied, true)
+            : failed(QStringLiteral("cannot make a work directory"));
+        if (outcome.ok())
+            outcome = writeLauncher(copied);
+        request.sources.replace(index, copied + QStringLiteral(".bin=") + installer.path());
+        request.sources.insert(index + 1, copied + QLatin1Char('=') + installer.path());
+        return outcome;
+    }
+    return usage(QStringLiteral("--launcher needs the installer as FILE=%1 with FILE named %2")
+                     .arg(installer.path(), installer.fileName()));
+}
+
+Outcome buildPackage(BuildRequest request)
 {
     const QString fileName = archiveName(request);
     Outcome outcome = checkName(request, fileName);
     if (!outcome.ok())
         return outcome;
+    const QString target = QDir(request.out).absoluteFilePath(fileName);
+    if (!request.force && (QFileInfo::exists(target) || QFileInfo::exists(target + QStringLiteral(".sha1"))))
+        return refused(QStringLiteral("'%1' or its signature exists: give --force to replace them").arg(target));
+    const bool outExisted = QFileInfo::exists(request.out);
     if (!QDir().mkpath(request.out))
         return failed(QStringLiteral("cannot make the directory '%1'").arg(request.out));
     const QTemporaryDir work(QDir(request.out).absoluteFilePath(QStringLiteral(".pkgupdate-pack-XXXXXX")));
+    const InterruptCleanup cleanup(work.path(), outExisted ? QString() : request.out);
     const QString stage = work.path() + QStringLiteral("/stage");
     if (!work.isValid() || !QDir().mkdir(stage)
         || !QFile::setPermissions(stage,
             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup
                 | QFile::ReadOther | QFile::ExeOther))
         return failed(QStringLiteral("cannot make a work directory in '%1'").arg(request.out));
+    if (request.launcher && request.mode == QLatin1String("files"))
+        outcome = launcherSources(request, work.path());
     Script script;
-    outcome = request.mode == QLatin1String("tree") ? stageTree(request, stage, script)
-                                                    : stageFiles(request, stage, script);
+    if (outcome.ok())
+        outcome = request.mode == QLatin1String("tree") ? stageTree(request, stage, script)
+                                                        : stageFiles(request, stage, script);
+    if (outcome.ok() && request.launcher && request.mode == QLatin1String("tree"))
+        outcome = writeLauncher(stage + CSystemTemplate::standardInstallerPath());
     if (outcome.ok())
         outcome = checkScript(stage + QStringLiteral("/UPDATE.CONF"), script);
     if (outcome.ok())

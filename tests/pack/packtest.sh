@@ -15,6 +15,7 @@ umask 022
 # shellcheck disable=SC2317 # the functions are called from the table's lines
 {
 pack() { "${command[@]}" "$@"; }
+interrupted() { timeout -s INT "$1" "${command[@]}" "${@:2}"; }
 sandbox() { "$here/../../simdevice/device-sandbox" "$@"; }
 # The archive's members with mode and size, without the dates and owners that change,
 # in the order of their paths.
