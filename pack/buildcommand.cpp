@@ -4,6 +4,7 @@
 #include "pack/externaltool.h"
 #include "pack/packagefindings.h"
 #include "pack/packcommands.h"
+#include "pack/signing.h"
 #include "system/csystemtemplate.h"
 
 #include <QDateTime>
@@ -188,7 +189,7 @@ Outcome checkRequest(const BuildRequest& request)
     }
     if (request.sign && request.key.isEmpty())
         return usage(QStringLiteral("--key is required (or --no-signature)"));
-    if (request.sign && !QFileInfo(request.key).isReadable())
+    if (request.sign && !isTokenKey(request.key) && !QFileInfo(request.key).isReadable())
         return usage(QStringLiteral("cannot read key '%1'").arg(request.key));
     if (!request.conf.isEmpty() && !QFileInfo(request.conf).isReadable())
         return usage(QStringLiteral("cannot read '%1'").arg(request.conf));
@@ -422,9 +423,7 @@ Outcome pack(const BuildRequest& request, const QString& stage, const QString& f
     if (outcome.ok())
         outcome = checkFindings(archive, request);
     if (outcome.ok() && request.sign) {
-        const ExternalRun openssl = runExternal(QStringLiteral("openssl"),
-            { QStringLiteral("dgst"), QStringLiteral("-sha1"), QStringLiteral("-sign"), request.key,
-                QStringLiteral("-out"), archive + QStringLiteral(".sha1"), archive });
+        const ExternalRun openssl = signArchive(request.key, archive, archive + QStringLiteral(".sha1"));
         if (!openssl.ok)
             return failed(openssl.failure);
     }

@@ -1,9 +1,11 @@
 #include "pack/commandline.h"
 
+#include "discovery/installerversion.h"
 #include "pack/packcommands.h"
 
 #include <QTextStream>
 
+#include <algorithm>
 #include <utility>
 
 CCommandLine::CCommandLine(const QString& subcommand, const Help& help, const QList<Option>& options)
@@ -11,6 +13,11 @@ CCommandLine::CCommandLine(const QString& subcommand, const Help& help, const QL
     , m_help(help)
     , m_options(options)
 {
+    // build's --version is the package's; there "pkgupdate-pack --version" tells the toolkit's.
+    const bool ownVersion = std::any_of(m_options.cbegin(), m_options.cend(),
+        [](const Option& option) { return qstrcmp(option.name, "version") == 0; });
+    if (!ownVersion)
+        m_options.append({ "version", nullptr, QStringLiteral("show the version and exit") });
     m_options.append({ "help", nullptr, QStringLiteral("show this help and exit") });
     for (const Option& option : std::as_const(m_options)) {
         QStringList names { QLatin1String(option.name) };
@@ -29,7 +36,18 @@ int CCommandLine::parse(const QStringList& arguments)
         QTextStream(stdout) << helpText();
         return PackCommands::ExitOk;
     }
+    if (m_parser.isSet(QStringLiteral("version")) && m_parser.value(QStringLiteral("version")).isEmpty()) {
+        QTextStream(stdout) << versionLine();
+        return PackCommands::ExitOk;
+    }
     return -1;
+}
+
+QString CCommandLine::versionLine()
+{
+    // The toolkit is built and released with the installer whose rules it applies.
+    return QStringLiteral("pkgupdate-pack %1 (installer build %2)\n")
+        .arg(QLatin1String(InstallerVersion::version), QLatin1String(InstallerVersion::build));
 }
 
 int CCommandLine::usageError(const QString& text) const

@@ -29,6 +29,8 @@ public:
     // Prints "pkgupdate-pack SUBCOMMAND: text" and a pointer to --help; returns the usage status.
     [[nodiscard]] int usageError(const QString& text) const;
     [[nodiscard]] QString helpText() const;
+    // "pkgupdate-pack <version> (installer build <number>)" and a newline.
+    [[nodiscard]] static QString versionLine();
 
     [[nodiscard]] bool isSet(const char* name) const { return m_parser.isSet(QLatin1String(name)); }
     [[nodiscard]] QString value(const char* name) const { return m_parser.value(QLatin1String(name)); }

@@ -1,5 +1,6 @@
 // pkgupdate-pack SUBCOMMAND [options]: builds, signs and checks update packages
 // with the installer's own rules. See pkgupdate-pack --help.
+#include "pack/commandline.h"
 #include "pack/packcommands.h"
 
 #include <QCoreApplication>
@@ -19,6 +20,8 @@ const Subcommand Subcommands[] = {
     { "build", "build and sign a package (tree or files)", PackCommands::build },
     { "check", "show what the installer would do with a stick, without a window", PackCommands::check },
     { "simulate", "run the real installer on the simulated device", PackCommands::simulate },
+    { "info", "show what a package holds and whether its signature verifies", PackCommands::info },
+    { "resign", "sign a package again with another key", PackCommands::resign },
 };
 
 void printUsage(QTextStream& out)
@@ -30,7 +33,7 @@ void printUsage(QTextStream& out)
         out << QStringLiteral("  %1 %2\n")
                    .arg(QLatin1String(subcommand.name), -10)
                    .arg(QLatin1String(subcommand.summary));
-    out << "\npkgupdate-pack SUBCOMMAND --help explains each one.\n\n"
+    out << "\npkgupdate-pack SUBCOMMAND --help explains each one; --version tells the version.\n\n"
            "A first package:\n"
            "  pkgupdate-pack keygen keys/\n"
            "  pkgupdate-pack build files --name bin --version 3.2.1 --bsp 1.36.0 \\\n"
@@ -59,6 +62,10 @@ int main(int argc, char** argv)
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
         QTextStream out(stdout);
         printUsage(out);
+        return PackCommands::ExitOk;
+    }
+    if (name == QLatin1String("--version")) {
+        QTextStream(stdout) << CCommandLine::versionLine();
         return PackCommands::ExitOk;
     }
     for (const Subcommand& subcommand : Subcommands) {

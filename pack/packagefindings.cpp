@@ -26,15 +26,7 @@ const qint64 Page = 4096;
 // The installed installer, which the hand-over starts with the stick's path.
 const QString InstalledInstaller = CSystemTemplate::standardInstallerPath();
 
-// One line of the archive's listing.
-struct Member {
-    QChar type; // as "tar -tv" shows it: '-' file, 'd' directory, 'l' symbolic link, 'h' hard link, ...
-    qint64 size = 0;
-    QString path; // inside the package, "." for its top
-    QString linkTarget; // of a symbolic link, as written
-    QString stored; // the name as stored, for extracting the member
-    QString permissions; // as "tar -tv" shows them after the type, e.g. "rwxr-xr-x"
-};
+using Member = PackageMember;
 
 // A name as "tar --quoting-style=c" writes it, without its double quotes.
 QString unquoted(const QString& quoted)
@@ -72,8 +64,9 @@ QString parentOf(const QString& path)
     return slash < 0 ? QStringLiteral(".") : path.left(slash);
 }
 
-// The members as "tar -tvj" lists them, or the reason it cannot.
-bool listMembers(const QString& archivePath, QList<Member>& members, QString& failure)
+} // namespace
+
+bool packageMembers(const QString& archivePath, QList<Member>& members, QString& failure)
 {
     const ExternalRun tar = runExternal(QStringLiteral("tar"),
         { QStringLiteral("--list"), QStringLiteral("--verbose"), QStringLiteral("--bzip2"),
@@ -98,6 +91,8 @@ bool listMembers(const QString& archivePath, QList<Member>& members, QString& fa
     }
     return true;
 }
+
+namespace {
 
 // Directories of the package, also those only implied by the paths below them.
 QSet<QString> directoriesOf(const QList<Member>& members)
@@ -342,8 +337,7 @@ QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Mem
     if (!conf || conf->type != QLatin1Char('-'))
         return { fault(FindingKind::UpdateConfMissing,
             QStringLiteral("no UPDATE.CONF at the top: the device stops with \"UPDATE.CONF not found!\"")) };
-    MemberFile confFile(archivePath, *conf);
-    const QMap<QString, QString> script = readUpdateConf(confFile.path());
+    const QMap<QString, QString> script = packageScript(archivePath, members);
     QList<PackageFinding> findings;
     const QString remove = script.value(QStringLiteral("DELETE"));
     if (deleteRefused(remove)) {
@@ -370,6 +364,15 @@ QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Mem
 
 } // namespace
 
+QMap<QString, QString> packageScript(const QString& archivePath, const QList<PackageMember>& members)
+{
+    const Member* conf = fileAt(members, QStringLiteral("UPDATE.CONF"));
+    if (!conf || conf->type != QLatin1Char('-'))
+        return {};
+    MemberFile confFile(archivePath, *conf);
+    return readUpdateConf(confFile.path());
+}
+
 QList<PackageFinding> nameFindings(const QString& archiveName)
 {
     QList<PackageFinding> findings;
@@ -394,7 +397,7 @@ QList<PackageFinding> packageFindings(const QString& archivePath)
 {
     QList<Member> members;
     QString failure;
-    if (!listMembers(archivePath, members, failure))
+    if (!packageMembers(archivePath, members, failure))
         return { { PackageFinding::Unreadable, failure, "unreadable" } };
     return linkFindings(members) + sizeFindings(members, QFileInfo(archivePath).size())
         + nameFindings(QFileInfo(archivePath).fileName()) + scriptFindings(archivePath, members);

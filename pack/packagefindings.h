@@ -1,7 +1,24 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QString>
+
+// One member of a package archive, as "tar -tv" lists it.
+struct PackageMember {
+    QChar type; // '-' file, 'd' directory, 'l' symbolic link, 'h' hard link, ...
+    qint64 size = 0;
+    QString path; // inside the package, "." for its top
+    QString linkTarget; // of a symbolic link, as written
+    QString stored; // the name as stored, for extracting the member
+    QString permissions; // after the type, e.g. "rwxr-xr-x"
+};
+
+// The archive's members in the archive's order; false, with failure set, when tar
+// cannot list it.
+[[nodiscard]] bool packageMembers(const QString& archivePath, QList<PackageMember>& members, QString& failure);
+// The package's UPDATE.CONF read with the installer's reader; empty without one.
+[[nodiscard]] QMap<QString, QString> packageScript(const QString& archivePath, const QList<PackageMember>& members);
 
 // What the installer accepts in a package but handles badly, read from the
 // archive's listing without unpacking it.

@@ -16,9 +16,15 @@ enum ExitStatus {
     ExitFailed = 4, // an external tool or a file operation failed; simulate: the run could not start
 };
 
+// The version of the --json reports' layout, raised when a key changes its meaning
+// or goes; new keys may come without.
+inline constexpr int JsonSchema = 1;
+
 int keygen(const QStringList& arguments);
 int build(const QStringList& arguments);
 int check(const QStringList& arguments);
 int simulate(const QStringList& arguments);
+int info(const QStringList& arguments);
+int resign(const QStringList& arguments);
 
 } // namespace PackCommands

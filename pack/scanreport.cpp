@@ -10,6 +10,8 @@ namespace {
 
 const char* const TableFormat = "%1  %2  %3  %4  %5  %6  %7";
 
+} // namespace
+
 QString kindName(int kind)
 {
     switch (kind) {
@@ -23,6 +25,8 @@ QString kindName(int kind)
         return QStringLiteral("unrecognised");
     }
 }
+
+namespace {
 
 QString row(const QStringList& cells)
 {

@@ -9,6 +9,9 @@
 // the window uses with its English catalogue.
 namespace ScanReport {
 
+// The kind of package in words: "installer", "help files", "program", "unrecognised".
+[[nodiscard]] QString kindName(int kind);
+
 // "pre-selected", "not selected", or the red reason the window shows instead of
 // a check box.
 [[nodiscard]] QString stateText(const UpdatePackage& record);

@@ -1,6 +1,7 @@
 #include "pack/stickcheck.h"
 
 #include "discovery/cupdatecollector.h"
+#include "pack/packcommands.h"
 #include "pack/scanreport.h"
 #include "system/csystem_vesta.h"
 #include "ui/cmainwidget.h"
@@ -75,6 +76,17 @@ struct MountedStick {
         }
     }
 };
+
+} // namespace
+
+bool verifyAsDevice(const QString& package, const QString& key, QString& error)
+{
+    const MountedStick mounted(QFileInfo(package).absolutePath(), key);
+    const QFileInfo onDevice(mounted.stick + QLatin1Char('/') + QFileInfo(package).fileName());
+    return verifyPackageSignature(mounted.key, onDevice, SystemBudgets(), error);
+}
+
+namespace {
 
 // Only rows that can be ticked are ever verified by the installer.
 void verify(CheckedPackage& row, const StickCheck& check, const MountedStick& mounted)
@@ -343,8 +355,7 @@ QJsonObject checkReportJson(const StickCheck& check)
     }
     const CheckedDevice& device = check.device;
     return QJsonObject {
-        // Raised when a key changes its meaning or goes; new keys may come without.
-        { "schema", 1 },
+        { "schema", PackCommands::JsonSchema },
         { "stick", check.stick },
         { "device",
             QJsonObject { { "bsp", device.bsp },

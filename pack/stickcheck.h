@@ -56,6 +56,11 @@ struct StickCheck {
     int findingCount = 0;
 };
 
+// Verifies package's signature with the public key as the device does, with the
+// package where the device has it (a path without blanks); error gets the
+// installer's reason when it fails.
+[[nodiscard]] bool verifyAsDevice(const QString& package, const QString& key, QString& error);
+
 // Scans stick with the installer's collector for the given device, verifies the
 // signatures of the rows that can be ticked with the key the installer would
 // take, lists every archive's findings and follows Install through the pre-selection.
