@@ -84,8 +84,7 @@ QJsonObject infoJson(const PackageInfo& info)
         script.insert(key.key(), key.value());
     QJsonArray members, findings;
     for (const PackageMember& member : info.members) {
-        members.append(QJsonObject { { "path", member.path }, { "mode", modeText(member) },
-            { "size", member.size },
+        members.append(QJsonObject { { "path", member.path }, { "mode", modeText(member) }, { "size", member.size },
             { "linkTarget", member.type == QLatin1Char('l') ? QJsonValue(member.linkTarget) : QJsonValue() } });
     }
     for (const PackageFinding& finding : info.findings)

@@ -53,7 +53,8 @@ int resign(const QStringList& arguments)
     const QString fresh = signature + QStringLiteral(".new");
     const ExternalRun signing = signArchive(key, package, fresh);
     // rename(2) replaces the old signature in one step: a stick never holds half of one.
-    if (!signing.ok || std::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(signature).constData()) != 0) {
+    if (!signing.ok
+        || std::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(signature).constData()) != 0) {
         QFile::remove(fresh);
         QTextStream(stderr) << "pkgupdate-pack resign: "
                             << (signing.ok ? QStringLiteral("cannot replace '%1'").arg(signature) : signing.failure)

@@ -4,6 +4,7 @@
 #include "pack/packcommands.h"
 #include "pack/stickcheck.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryFile>
@@ -49,7 +50,7 @@ const CCommandLine::Help SimulateHelp = {
 // The options of the run itself.
 const QList<CCommandLine::Option> RunOptions = {
     { "stick", "STICK", "the stick's directory, instead of the last argument" },
-    { "out", "DIR", "report, screenshots and the device's files (default:\na new directory under build/)" },
+    { "out", "DIR", "report, screenshots and the device's files (default:\na new directory simulate.XXXXXX here)" },
     { "report", "FILE", "also write the report to FILE" },
     { "build", "DIR", "build tree with the installer (default: the one this\ncommand was built in)" },
     { "tick", "FILE", "tick the package FILE (archive name) before installing" },
@@ -81,6 +82,23 @@ bool writeFindings(const QString& stick, QTemporaryFile& file)
     return true;
 }
 
+// Where the run's pieces are: beside an installed pkgupdate-pack, in
+// <prefix>/lib/pkgupdate-pack laid out as the source and build trees are, else in
+// the trees this one was built from.
+struct RunFiles {
+    QString stickRun;
+    QString build;
+};
+
+RunFiles runFiles()
+{
+    const QString installed
+        = QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/pkgupdate-pack"));
+    if (QFileInfo::exists(installed + QStringLiteral("/simdevice/stick-run")))
+        return { installed + QStringLiteral("/simdevice/stick-run"), installed };
+    return { QStringLiteral(PKGUPDATE_SOURCE_DIR "/simdevice/stick-run"), QStringLiteral(PKGUPDATE_BINARY_DIR) };
+}
+
 // The run's own options as the stick run takes them, in the long form, and the
 // device as read once here (a --config file included).
 QStringList runArguments(const CCommandLine& commandLine, const CheckedDevice& device)
@@ -94,7 +112,7 @@ QStringList runArguments(const CCommandLine& commandLine, const CheckedDevice& d
             arguments << flag << value;
     }
     if (!commandLine.isSet("build"))
-        arguments << QStringLiteral("--build") << QStringLiteral(PKGUPDATE_BINARY_DIR);
+        arguments << QStringLiteral("--build") << runFiles().build;
     return arguments + DeviceOptions::arguments(device) + commandLine.positional();
 }
 
@@ -125,7 +143,7 @@ int simulate(const QStringList& arguments)
     QProcess run;
     run.setProcessChannelMode(QProcess::ForwardedChannels);
     run.setInputChannelMode(QProcess::ForwardedInputChannel);
-    run.start(QStringLiteral(PKGUPDATE_SOURCE_DIR "/simdevice/stick-run"),
+    run.start(runFiles().stickRun,
         QStringList { QStringLiteral("--checks"), findings.fileName() } + runArguments(commandLine, device));
     if (!run.waitForFinished(-1) || run.exitStatus() != QProcess::NormalExit) {
         QTextStream(stderr) << "pkgupdate-pack simulate: " << run.errorString() << '\n';
