@@ -25,7 +25,8 @@ Steps ("#" starts a comment):
     cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line; the
                                           console has "board: renamed PATH" after each file the
                                           installer renames into place, "board: sync begins" and
-                                          "board: sync done" around each sync
+                                          "board: sync done" around each sync, "board: syncfs
+                                          begins"/"done" around each flush of a file system
     cut-after SECONDS                     a power cut after that time
     wait-cut                              until the cut has happened (the transcript keeps the
                                           console up to the line that set it off)
@@ -237,8 +238,8 @@ class Runner:
 
     # --- steps ----------------------------------------------------------------------
 
-    def step_stick(self, spec):
-        self.packages.append(spec)
+    def step_stick(self, row):
+        self.packages.append(row)
 
     def make_stick(self):
         self.stick_image, files = stick.make_stick(self.pack, self.private_key, self.packages, self.out / "stick")

@@ -35,9 +35,9 @@ def help_tree(directory, version, pages=40):
 CONTENTS = {"program": program_tree, "help": help_tree}
 
 
-def build_package(pack, private_key, out, spec, work):
+def build_package(pack, private_key, out, row, work):
     """One package from a row "NAME VERSION CONTENT [pkgupdate-pack build options]"."""
-    name, version, content, *options = spec.split()
+    name, version, content, *options = row.split()
     tree = work / f"{name}-{version}"
     shutil.rmtree(tree, ignore_errors=True)
     CONTENTS[content](tree, version)
@@ -66,13 +66,13 @@ def make_image(files, image):
         subprocess.run(["mcopy", "-i", partition, str(path), "::/"], check=True)
 
 
-def make_stick(pack, private_key, specs, work):
+def make_stick(pack, private_key, rows, work):
     """Builds the packages of the rows and the stick image; returns the image and the files."""
     out = work / "stick"
     shutil.rmtree(out, ignore_errors=True)
     out.mkdir(parents=True)
-    for spec in specs:
-        build_package(pack, private_key, out, spec, work / "sources")
+    for row in rows:
+        build_package(pack, private_key, out, row, work / "sources")
     files = sorted(out.iterdir())
     make_image(files, work / "stick.img")
     return work / "stick.img", [path.name for path in files]

@@ -1,7 +1,8 @@
 /* Loaded into the installer on the board (LD_PRELOAD): after each rename and around
- * each sync it writes a line to the console ("board: renamed PATH", "board: sync
- * begins", "board: sync done"), so that the board driver can cut the power at a
- * chosen point of an installation: after the n-th renamed file, during the sync.
+ * each sync and syncfs it writes a line to the console ("board: renamed PATH",
+ * "board: sync begins", "board: syncfs done", ...), so that the board driver can cut
+ * the power at a chosen point of an installation: after the n-th renamed file,
+ * during a flush.
  * The calls themselves are passed on unchanged. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -39,4 +40,17 @@ void sync(void)
     mark("sync", "begins");
     real();
     mark("sync", "done");
+}
+
+/* The installer flushes each file system it installed to with syncfs: "board: syncfs
+ * begins" and "board: syncfs done" around each call. */
+int syncfs(int fd)
+{
+    static int (*real)(int);
+    if (!real)
+        real = (int (*)(int))dlsym(RTLD_NEXT, "syncfs");
+    mark("syncfs", "begins");
+    int result = real(fd);
+    mark("syncfs", "done");
+    return result;
 }
