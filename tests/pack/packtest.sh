@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Runs the command lines of data/pack.txt in a work directory ("pack" is the command
-# given as the arguments) and compares what they print and their exit statuses with
-# data/pack.ref (PKGUPDATE_UPDATE_GOLDEN rewrites it). Lines starting with "> "
-# prepare files and are not shown; "#" lines are comments.
+# Runs the command lines of data/NAME.txt in a work directory ("pack" is the command
+# given as the arguments after NAME) and compares what they print and their exit
+# statuses with data/NAME.ref (PKGUPDATE_UPDATE_GOLDEN rewrites it). Lines starting
+# with "> " prepare files and are not shown; "#" lines are comments.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
+name=$1
+shift
 command=("$@")
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -35,6 +37,6 @@ while IFS= read -r line; do
            sed 's/^/stderr: /' "$scratch/stderr"
            echo "exit $status" ;;
     esac
-done <"$here/data/pack.txt" | sed -E "s|$scratch/work|WORK|g; s/from [0-9]+ bytes/from N bytes/" >"$scratch/actual"
-if [ -n "${PKGUPDATE_UPDATE_GOLDEN:-}" ]; then cp "$scratch/actual" "$here/data/pack.ref"; fi
-diff -u "$here/data/pack.ref" "$scratch/actual"
+done <"$here/data/$name.txt" | sed -E "s|$scratch/work|WORK|g; s/from [0-9]+ bytes/from N bytes/" >"$scratch/actual"
+if [ -n "${PKGUPDATE_UPDATE_GOLDEN:-}" ]; then cp "$scratch/actual" "$here/data/$name.ref"; fi
+diff -u "$here/data/$name.ref" "$scratch/actual"
