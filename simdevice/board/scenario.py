@@ -4,7 +4,8 @@ console), what changed on its flash and what it answers afterwards.
 
 Steps ("#" starts a comment):
     stick NAME VERSION CONTENT [options]  a package on the stick (before "boot"); CONTENT is
-                                          "program" or "help", options go to pkgupdate-pack build
+                                          "program", "help" or "installer" (the board's installer
+                                          with a launcher), options go to pkgupdate-pack build
     boot                                  power on with a fresh flash; waits for the application
     power-on                              power on again with the flash as the cut left it
     flash-mark                            remember the flash's files (for show-flash)

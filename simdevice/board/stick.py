@@ -8,6 +8,9 @@ from pathlib import Path
 
 import devicelayer
 
+# The armhf installer that "installer" packages carry (the board command sets it to
+# the build tree's, the one the device layer's .deb was made from).
+INSTALLER = None
 STICK_SIZE_MB = 64
 PARTITION_START = 2048  # sectors of 512 bytes: the first partition at 1 MiB, as sticks come
 
@@ -36,14 +39,22 @@ CONTENTS = {"program": program_tree, "help": help_tree}
 
 
 def build_package(pack, private_key, out, row, work):
-    """One package from a row "NAME VERSION CONTENT [pkgupdate-pack build options]"."""
+    """One package from a row "NAME VERSION CONTENT [pkgupdate-pack build options]"; CONTENT
+    "installer" is the installer binary with the launcher that the hand-over starts."""
     name, version, content, *options = row.split()
-    tree = work / f"{name}-{version}"
-    shutil.rmtree(tree, ignore_errors=True)
-    CONTENTS[content](tree, version)
-    subprocess.run([str(pack), "build", "tree", "--name", name, "--version", version, "--bsp", devicelayer.BSP,
-                    "--key", str(private_key), "--out", str(out), *options, str(tree)],
-                   check=True, stdout=subprocess.DEVNULL)
+    common = [str(pack), "build", "--name", name, "--version", version, "--bsp", devicelayer.BSP,
+              "--key", str(private_key), "--out", str(out), *options]
+    if content == "installer":
+        copy = work / f"{name}-{version}" / "pkgupdate"
+        copy.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy2(INSTALLER, copy)
+        sources = ["files", "--launcher", f"{copy}=/usr/local/bin"]
+    else:
+        tree = work / f"{name}-{version}"
+        shutil.rmtree(tree, ignore_errors=True)
+        CONTENTS[content](tree, version)
+        sources = ["tree", str(tree)]
+    subprocess.run(common[:2] + sources[:-1] + common[2:] + sources[-1:], check=True, stdout=subprocess.DEVNULL)
 
 
 def master_boot_record(start, sectors):
