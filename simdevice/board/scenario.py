@@ -93,13 +93,13 @@ def path_prefix(line):
                 None)
 
 
-def in_listing_order(lines):
-    """The lines with each run of messages or renames naming files put in tree order (see
-    tree_order_key)."""
+def regroup_path_runs(lines, emit):
+    """The lines with each run of lines naming files (see path_prefix) replaced by
+    emit(prefix, paths)."""
     result, run, prefix = [], [], None
     for line in lines + [None]:
         if run and path_prefix(line) != prefix:
-            result += [prefix + path for path in sorted(run, key=tree_order_key(run))]
+            result += emit(prefix, run)
             run = []
         prefix = path_prefix(line)
         if prefix:
@@ -107,25 +107,22 @@ def in_listing_order(lines):
         elif line is not None:
             result.append(line)
     return result
+
+
+def in_listing_order(lines):
+    """The lines with each run of messages or renames naming files put in tree order (see
+    tree_order_key)."""
+    return regroup_path_runs(lines, lambda prefix, run: [prefix + path for path in sorted(run, key=tree_order_key(run))])
 
 
 def counted_paths(lines):
     """Runs of lines naming files as a count under their common directory: which files a
     cut after the n-th one leaves named depends on the order the file system lists them."""
-    result, run, prefix = [], [], None
-    for line in lines + [None]:
-        if run and path_prefix(line) != prefix:
-            if len(run) > 1:
-                result.append(f"{prefix}({len(run)} paths under {os.path.commonpath(run)})")
-            else:
-                result += [prefix + path for path in run]
-            run = []
-        prefix = path_prefix(line)
-        if prefix:
-            run.append(line[len(prefix):])
-        elif line is not None:
-            result.append(line)
-    return result
+    def counted(prefix, run):
+        if len(run) > 1:
+            return [f"{prefix}({len(run)} paths under {os.path.commonpath(run)})"]
+        return [prefix + path for path in run]
+    return regroup_path_runs(lines, counted)
 
 
 def plain(text):
