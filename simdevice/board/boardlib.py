@@ -245,6 +245,9 @@ class Board:
         self.machine_lock = None
         self.cut_timer = None
         self.probed = True
+        self.frame_buffer = True  # False: the board boots without its GPU (no /dev/fb0)
+        self.puller = None  # the thread of a pull set off by a console line
+        self.pull_line = None  # the console lines the device wrote before that pull
 
     # --- power ------------------------------------------------------------------
 
@@ -258,8 +261,8 @@ class Board:
             "-chardev", f"socket,id=serial,path={run}/serial.sock,server=on,wait=on", "-serial", "chardev:serial",
             "-qmp", f"unix:{run}/qmp.sock,server=on,wait=off",
             "-drive", f"if=none,id=flash,file={self.flash},format=qcow2", "-device", "virtio-blk-pci,drive=flash",
-            "-device", f"virtio-gpu-pci,id=video0,xres={SCREEN[0]},yres={SCREEN[1]}",
-            "-device", "virtio-tablet-pci,display=video0",
+            *(["-device", f"virtio-gpu-pci,id=video0,xres={SCREEN[0]},yres={SCREEN[1]}"] if self.frame_buffer else []),
+            "-device", "virtio-tablet-pci" + (",display=video0" if self.frame_buffer else ""),
             "-device", "qemu-xhci,id=xhci",
             "-device", "virtio-serial-pci",
             "-chardev", f"socket,id=agent,path={run}/agent.sock,server=on,wait=off",
@@ -370,6 +373,7 @@ class Board:
         return output
 
     def plug_stick(self, image, timeout=60):
+        self.join_puller()
         since = len(self.console.lines)
         self.qmp.execute("blockdev-add", driver="raw", **{"node-name": "stick"},
                          file={"driver": "file", "filename": str(image)})
@@ -392,6 +396,29 @@ class Board:
             except BoardError:
                 time.sleep(0.2)
         self.stick = None
+
+    def pull_stick_when(self, console=None, message=None, count=1):
+        """Arms a pull of the stick at the count-th console or message line containing the
+        text (as cut_power_when); the pull runs beside the console's reader."""
+        needle = console if console is not None else message
+
+        def watch(line):
+            text = probe_message(line) if message is not None else line
+            if text is not None and needle in text:
+                watch.seen += 1
+                if watch.seen == count:
+                    self.console.watchers.remove(watch)
+                    self.pull_line = len(self.console.lines)
+                    self.puller = threading.Thread(target=self.pull_stick, daemon=True)
+                    self.puller.start()
+        watch.seen = 0
+        self.console.watchers.append(watch)
+
+    def join_puller(self, timeout=120):
+        """Waits until a pull set off by a console line is over."""
+        if self.puller is not None:
+            self.puller.join(timeout)
+            self.puller = None
 
     def start_installer(self, probe=True):
         """Starts the installer on the stick as the panel does; with the probe (the default)
