@@ -5,11 +5,16 @@ console), what changed on its flash and what it answers afterwards.
 Steps ("#" starts a comment):
     stick NAME VERSION CONTENT [options]  a package on the stick (before "boot"); CONTENT is
                                           "program", "help" or "installer" (the board's installer
-                                          with a launcher), options go to pkgupdate-pack build
-    boot                                  power on with a fresh flash; waits for the application
+                                          with a launcher), options go to pkgupdate-pack build;
+                                          "program:MB" adds MB of incompressible data, "help:N"
+                                          has N pages
+    boot [no-frame-buffer]                power on with a fresh flash; waits for the application;
+                                          "no-frame-buffer": the board without its GPU
     power-on                              power on again with the flash as the cut left it
     flash-mark                            remember the flash's files (for show-flash)
     plug / pull                           the stick in / out
+    pull-at message|console TEXT [COUNT]  the stick pulled at the COUNT-th (default 1) such line
+                                          (the transcript says "stick pulled" after that line)
     installer [plain]                     start the installer as the panel does; "plain": exactly
                                           so, without the widget probe and the markers (taps then
                                           use the layout table in boardlib.py; nothing to show)
@@ -49,8 +54,8 @@ import stick
 STEP_TIMEOUT = 300
 # Steps that set off what the device does next: its console lines go to the step
 # that waits for the outcome, so that each step's share does not depend on timing.
-SET_OFF = ("tap", "installer", "cut-at", "cut-after", "stick")
-FACE_MARKER = re.compile(r"board: corvane \S+ on the screen")
+SET_OFF = ("tap", "installer", "cut-at", "cut-after", "pull-at", "stick")
+FACE_MARKER = re.compile(r"board: corvane \S+ (on the screen|without a screen)")
 NORMALISE = [
     (re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "<time>"),
     (re.compile(r"used=\d+s"), "used=<n>s"),
@@ -70,6 +75,8 @@ def normalise(line):
 
 
 MESSAGE = "  screen message: "
+PULLED = "  stick pulled"
+REMOVED = "board: stick removed"
 RENAMED = "  console: board: renamed "
 
 
@@ -129,6 +136,13 @@ def plain(text):
     """A widget's text without markup, on one line."""
     text = re.sub(r"<[^>]*>", " ", text)
     return " ".join(text.replace("&nbsp;", " ").split())
+
+
+def line_trigger(rest):
+    """The line that a cut-at or pull-at step names: "message|console TEXT [COUNT]"."""
+    kind, *words = shlex.split(rest)
+    count = int(words.pop()) if len(words) > 1 and words[-1].isdigit() else 1
+    return {kind: " ".join(words), "count": count}
 
 
 def read_steps(path):
@@ -192,6 +206,7 @@ class Runner:
         self.mark = None
         self.console_seen = 0
         self.transcript = []
+        self.pull_armed = False  # a pull-at's removal line is still to be hidden
 
     def say(self, line):
         self.transcript.append(line)
@@ -203,10 +218,16 @@ class Runner:
         if console is None:
             return
         end = len(console.lines) if end is None else end
-        lines, self.console_seen = console.lines[self.console_seen:end], end
+        start, self.console_seen = self.console_seen, end
         said = []
-        for line in lines:
-            if boardlib.probe_message(line) is not None:
+        for index, line in enumerate(console.lines[start:end], start):
+            # A pull set off by a line is shown after it; the automounter's line of its
+            # removal comes when the kernel has noticed, at no fixed place.
+            if self.pull_armed and index == self.board.pull_line:
+                said.append(PULLED)
+            if self.pull_armed and line == REMOVED and self.board.pull_line is not None:
+                self.pull_armed = False
+            elif boardlib.probe_message(line) is not None:
                 said.append(MESSAGE + boardlib.probe_message(line))
             elif not line.startswith("widgetprobe\t"):
                 text = normalise(line)
@@ -243,9 +264,10 @@ class Runner:
         self.stick_image, files = stick.make_stick(self.pack, self.private_key, self.packages, self.out / "stick")
         self.say("  stick: " + ", ".join(files))
 
-    def step_boot(self, _):
+    def step_boot(self, mode):
         if self.packages and self.stick_image is None:
             self.make_stick()
+        self.board.frame_buffer = mode != "no-frame-buffer"
         self.board.boot(fresh=True)
         self.console_seen = 0
         self.wait_face(0)
@@ -267,6 +289,10 @@ class Runner:
 
     def step_pull(self, _):
         self.board.pull_stick()
+
+    def step_pull_at(self, rest):
+        self.pull_armed = True
+        self.board.pull_stick_when(**line_trigger(rest))
 
     def step_installer(self, mode):
         self.board.start_installer(probe=mode != "plain")
@@ -340,9 +366,7 @@ class Runner:
                 self.say("  | " + text)
 
     def step_cut_at(self, rest):
-        kind, *words = shlex.split(rest)
-        count = int(words.pop()) if len(words) > 1 and words[-1].isdigit() else 1
-        self.board.cut_power_when(**{kind: " ".join(words)}, count=count)
+        self.board.cut_power_when(**line_trigger(rest))
 
     def step_cut_after(self, seconds):
         self.board.cut_power_when(after=float(seconds))

@@ -1,6 +1,7 @@
 """USB sticks for the board: packages built with pkgupdate-pack, on a FAT file
 system in a partition of an image file, made without root (mkfs.vfat and mcopy)."""
 
+import random
 import shutil
 import struct
 import subprocess
@@ -15,12 +16,18 @@ STICK_SIZE_MB = 64
 PARTITION_START = 2048  # sectors of 512 bytes: the first partition at 1 MiB, as sticks come
 
 
-def program_tree(directory, version):
-    """The stand-in program of the given version, where the device keeps it."""
+def program_tree(directory, version, data_mb=0):
+    """The stand-in program of the given version, where the device keeps it, and with
+    data_mb, that many MB of the program's data that do not compress (a package that
+    takes seconds to unpack on the board); the same for the same version."""
     program = directory / "usr/local/bin/corvane"
     program.parent.mkdir(parents=True)
     program.write_text(devicelayer.stand_in_program(version))
     program.chmod(0o755)
+    if data_mb:
+        data = directory / "usr/local/share/corvane/data.bin"
+        data.parent.mkdir(parents=True)
+        data.write_bytes(random.Random(version).randbytes(data_mb << 20))
 
 
 def help_tree(directory, version, pages=40):
@@ -40,7 +47,8 @@ CONTENTS = {"program": program_tree, "help": help_tree}
 
 def build_package(pack, private_key, out, row, work):
     """One package from a row "NAME VERSION CONTENT [pkgupdate-pack build options]"; CONTENT
-    "installer" is the installer binary with the launcher that the hand-over starts."""
+    "installer" is the installer binary with the launcher that the hand-over starts,
+    "program:MB" and "help:PAGES" give the tree's size."""
     name, version, content, *options = row.split()
     common = [str(pack), "build", "--name", name, "--version", version, "--bsp", devicelayer.BSP,
               "--key", str(private_key), "--out", str(out), *options]
@@ -52,7 +60,8 @@ def build_package(pack, private_key, out, row, work):
     else:
         tree = work / f"{name}-{version}"
         shutil.rmtree(tree, ignore_errors=True)
-        CONTENTS[content](tree, version)
+        kind, _, size = content.partition(":")
+        CONTENTS[kind](tree, version, *([int(size)] if size else []))
         sources = ["tree", str(tree)]
     subprocess.run(common[:2] + sources[:-1] + common[2:] + sources[-1:], check=True, stdout=subprocess.DEVNULL)
 

@@ -1,5 +1,6 @@
 // The board's picture of the main application: its name and the version given as
-// the argument, full screen on the frame buffer, until the init script stops it.
+// the argument, full screen on the frame buffer, until the init script stops it;
+// on a board without a frame buffer it runs on the offscreen platform.
 #include <QApplication>
 #include <QLabel>
 #include <QTimer>
@@ -23,7 +24,8 @@ int main(int argc, char** argv)
     face.showFullScreen();
     // Once the first frame is drawn, for whoever watches the console.
     QTimer::singleShot(0, [&version] {
-        std::printf("board: corvane %s on the screen\n", qPrintable(version));
+        const bool drawn = QGuiApplication::platformName() != QLatin1String("offscreen");
+        std::printf("board: corvane %s %s\n", qPrintable(version), drawn ? "on the screen" : "without a screen");
         std::fflush(stdout);
     });
     return application.exec();
