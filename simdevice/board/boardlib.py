@@ -245,6 +245,7 @@ class Board:
         self.machine_lock = None
         self.cut_timer = None
         self.probed = True
+        self.taps = 0
         self.frame_buffer = True  # False: the board boots without its GPU (no /dev/fb0)
         self.puller = None  # the thread of a pull set off by a console line
         self.pull_line = None  # the console lines the device wrote before that pull
@@ -397,10 +398,16 @@ class Board:
                 time.sleep(0.2)
         self.stick = None
 
-    def pull_stick_when(self, console=None, message=None, count=1):
-        """Arms a pull of the stick at the count-th console or message line containing the
-        text (as cut_power_when); the pull runs beside the console's reader."""
+    def pull_stick_when(self, console=None, message=None, count=1, delay=0.0):
+        """Arms a pull of the stick `delay` seconds after the count-th console or message
+        line containing the text (as cut_power_when); the pull runs beside the console's
+        reader, and pull_line counts the console lines the device wrote before it."""
         needle = console if console is not None else message
+
+        def pull():
+            time.sleep(delay)
+            self.pull_line = len(self.console.lines)
+            self.pull_stick()
 
         def watch(line):
             text = probe_message(line) if message is not None else line
@@ -408,8 +415,7 @@ class Board:
                 watch.seen += 1
                 if watch.seen == count:
                     self.console.watchers.remove(watch)
-                    self.pull_line = len(self.console.lines)
-                    self.puller = threading.Thread(target=self.pull_stick, daemon=True)
+                    self.puller = threading.Thread(target=pull, daemon=True)
                     self.puller.start()
         watch.seen = 0
         self.console.watchers.append(watch)
@@ -424,6 +430,8 @@ class Board:
         """Starts the installer on the stick as the panel does; with the probe (the default)
         its window's widgets are reported, and its renames and syncs marked, on the console."""
         self.probed = probe
+        # What an earlier installer's window showed is gone with it.
+        self.console.widgets, self.console.windows = {}, []
         mode = "probe" if probe else ""
         self.shell(f"setsid /etc/board/start-installer {mode} </dev/null >/dev/console 2>&1 &")
 
@@ -432,7 +440,11 @@ class Board:
 
     def tap(self, x, y, hold=0.15):
         """A finger on the touch screen at pixel (x, y), then lifted."""
-        axes = [{"type": "abs", "data": {"axis": axis, "value": round(value * TABLET_MAX / (size - 1))}}
+        # The kernel passes on an axis only when its value changes, and a program that opens
+        # the touch screen later learns it only from a change: each tap differs from the one
+        # before by a unit (less than a pixel) on both axes.
+        self.taps += 1
+        axes = [{"type": "abs", "data": {"axis": axis, "value": round(value * TABLET_MAX / (size - 1)) ^ self.taps % 2}}
                 for axis, value, size in (("x", x, SCREEN[0]), ("y", y, SCREEN[1]))]
         self.qmp.execute("input-send-event", device="video0", events=axes)
         time.sleep(0.05)
