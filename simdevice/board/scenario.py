@@ -13,8 +13,10 @@ Steps ("#" starts a comment):
     power-on                              power on again with the flash as the cut left it
     flash-mark                            remember the flash's files (for show-flash)
     plug / pull                           the stick in / out
-    pull-at message|console TEXT [COUNT]  the stick pulled at the COUNT-th (default 1) such line
-                                          (the transcript says "stick pulled" after that line)
+    pull-at message|console TEXT [COUNT] [+SECONDS]
+                                          the stick pulled at the COUNT-th (default 1) such line,
+                                          or that many seconds after it (the transcript says
+                                          "stick pulled" where it was)
     installer [plain]                     start the installer as the panel does; "plain": exactly
                                           so, without the widget probe and the markers (taps then
                                           use the layout table in boardlib.py; nothing to show)
@@ -22,6 +24,7 @@ Steps ("#" starts a comment):
     wait-widget NAME                      until the window shows the widget, enabled
     wait-box                              until a message box is shown
     wait-console TEXT                     until a console line starts with TEXT
+    wait-message TEXT                     until the message line shows a text containing TEXT
     wait-reboot                           until the device has rebooted and is ready
     tap NAME                              a tap on the widget's centre
     screenshot NAME                       the frame buffer into NAME.png
@@ -60,6 +63,13 @@ NORMALISE = [
     (re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "<time>"),
     (re.compile(r"used=\d+s"), "used=<n>s"),
     (re.compile(r"^\[\s*\d+\.\d+\] .*$"), None),
+    # The RAM disk as the installer shows it after a failed unpack (df, ls -l, du): how
+    # much tar had written depends on when it failed.
+    (re.compile(r"^(tmp\s+\S+)\s+\S+\s+\S+\s+\d+%(\s+/tmp)$"), r"\1 <used> <free> <n>%\2"),
+    (re.compile(r"^\d+(\.\d+)?[KMG]?(\t/tmp\S*)$"), r"<size>\2"),
+    (re.compile(r"\b[A-Z][a-z]{2} [ \d]\d \d\d:\d\d\b"), "<date>"),
+    # openssl's error lines start with the number of the thread.
+    (re.compile(r"\b[0-9A-F]{8}:error:"), "<thread>:error:"),
 ]
 MANIFEST = r"""cd / && find . -xdev \( -type f -o -type l \) -exec stat -c '%n|%F|%a|%s|%Z' {} + ; echo '=='
 find ./usr/local ./etc -xdev -type f -exec md5sum {} +"""
@@ -291,8 +301,10 @@ class Runner:
         self.board.pull_stick()
 
     def step_pull_at(self, rest):
+        before, _, last = rest.rpartition(" ")
+        delay = float(last[1:]) if last.startswith("+") else 0.0
         self.pull_armed = True
-        self.board.pull_stick_when(**line_trigger(rest))
+        self.board.pull_stick_when(**line_trigger(before if last.startswith("+") else rest), delay=delay)
 
     def step_installer(self, mode):
         self.board.start_installer(probe=mode != "plain")
@@ -316,6 +328,10 @@ class Runner:
 
     def step_wait_console(self, text):
         self.board.console.wait(lambda line: line.startswith(text), STEP_TIMEOUT, self.console_seen, repr(text))
+
+    def step_wait_message(self, text):
+        self.board.console.wait(lambda line: text in (boardlib.probe_message(line) or ""), STEP_TIMEOUT,
+                                self.console_seen, f"the message {text!r}")
 
     def step_wait_reboot(self, _):
         since = self.console_seen
