@@ -186,11 +186,15 @@ def new_contents(sources):
     return sums
 
 
-def flash_changes(before, after):
+def flash_changes(before, after, built=None):
+    """The files added, removed or changed between two manifests. A file whose checksum is in
+    `built` is named by its label there instead of its size, which changes with the compiler."""
+    built = built or {}
     lines = []
     for name in sorted(set(before) | set(after)):
         old, new = before.get(name), after.get(name)
-        describe = lambda entry: f"{entry['kind']} {entry['mode']} {entry['size']} bytes"
+        describe = lambda entry: f"{entry['kind']} {entry['mode']} " + \
+            built.get(entry["sum"], f"{entry['size']} bytes")
         if old is None:
             lines.append(f"added     {name}  {describe(new)}")
         elif new is None:
@@ -359,7 +363,10 @@ class Runner:
                 self.say(f"    {widget['name']}: {plain(widget['text'])}{state}".rstrip())
 
     def step_show_flash(self, _):
-        for line in flash_changes(self.mark, manifest(self.board)):
+        built = {}
+        if stick.INSTALLER is not None:
+            built[hashlib.md5(Path(stick.INSTALLER).read_bytes()).hexdigest()] = "(the installer as built)"
+        for line in flash_changes(self.mark, manifest(self.board), built):
             self.say("  flash: " + line)
 
     def step_check_files(self, directory):
