@@ -33,7 +33,8 @@ Steps ("#" starts a comment):
     run COMMAND                           a command on the device and its output
     cut-at message|console TEXT [COUNT]   a power cut at the COUNT-th (default 1) such line; the
                                           console has "board: renamed PATH" after each file the
-                                          installer renames into place, "board: sync begins" and
+                                          installer renames into place ("board: linked PATH" for a
+                                          settings file it creates), "board: sync begins" and
                                           "board: sync done" around each sync, "board: syncfs
                                           begins"/"done" around each flush of a file system
     cut-after SECONDS                     a power cut after that time

@@ -1,5 +1,5 @@
-/* Loaded into the installer on the board (LD_PRELOAD): after each rename and around
- * each sync and syncfs it writes a line to the console ("board: renamed PATH",
+/* Loaded into the installer on the board (LD_PRELOAD): after each rename and link
+ * and around each sync and syncfs it writes a line to the console ("board: renamed PATH",
  * "board: sync begins", "board: syncfs done", ...), so that the board driver can cut
  * the power at a chosen point of an installation: after the n-th renamed file,
  * during a flush.
@@ -29,6 +29,19 @@ int rename(const char* from, const char* to)
     int result = real(from, to);
     if (result == 0)
         mark("renamed", to);
+    return result;
+}
+
+/* A settings file written for the first time is a nameless file linked into place
+ * (QSaveFile): "board: linked PATH". */
+int linkat(int fromDir, const char* from, int toDir, const char* to, int flags)
+{
+    static int (*real)(int, const char*, int, const char*, int);
+    if (!real)
+        real = (int (*)(int, const char*, int, const char*, int))dlsym(RTLD_NEXT, "linkat");
+    int result = real(fromDir, from, toDir, to, flags);
+    if (result == 0)
+        mark("linked", to);
     return result;
 }
 
