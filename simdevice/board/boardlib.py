@@ -108,6 +108,7 @@ class Console:
     def __init__(self, path, log_path):
         self.sock = connect_unix(path)
         self.lines = []
+        self.times = []  # time.monotonic() when each line came
         self.log = open(log_path, "a", buffering=1)
         self.changed = threading.Condition()
         self.watchers = []
@@ -139,6 +140,7 @@ class Console:
         if line.startswith("widgetprobe\t"):
             self._probe(line.split("\t")[1:])
         with self.changed:
+            self.times.append(time.monotonic())
             self.lines.append(line)
             self.changed.notify_all()
         for watcher in list(self.watchers):
@@ -331,17 +333,18 @@ class Board:
     def cut_power_when(self, console=None, message=None, count=1, after=None):
         """Arms a power cut: at the count-th console line containing `console`, at the
         count-th message line containing `message` (the installer's message line, as
-        the probe reports it), or `after` seconds from now."""
+        the probe reports it), or `after` seconds from now. `console` may be a tuple of
+        texts: lines containing any of them count."""
         if after is not None:
             self.cut_timer = threading.Timer(after, self._cut)
             self.cut_timer.start()
             return
         seen = [0]
-        needle = console if console is not None else message
+        needles = (console if isinstance(console, tuple) else (console,)) if console is not None else (message,)
 
         def watch(line):
             text = probe_message(line) if message is not None else (line if console is not None else None)
-            if text is not None and needle in text:
+            if text is not None and any(needle in text for needle in needles):
                 seen[0] += 1
                 if seen[0] == count:
                     self.console.watchers.remove(watch)
@@ -426,13 +429,14 @@ class Board:
             self.puller.join(timeout)
             self.puller = None
 
-    def start_installer(self, probe=True):
+    def start_installer(self, probe=True, markers=True):
         """Starts the installer on the stick as the panel does; with the probe (the default)
-        its window's widgets are reported, and its renames and syncs marked, on the console."""
+        its window's widgets are reported, and with the markers its renames and syncs
+        marked, on the console."""
         self.probed = probe
         # What an earlier installer's window showed is gone with it.
-        self.console.widgets, self.console.windows = {}, []
-        mode = "probe" if probe else ""
+        self.console.widgets, self.console.windows, self.console.messages = {}, [], []
+        mode = ("probe" if markers else "probe no-markers") if probe else ""
         self.shell(f"setsid /etc/board/start-installer {mode} </dev/null >/dev/console 2>&1 &")
 
     def screenshot(self, path):

@@ -5,6 +5,7 @@ import random
 import shutil
 import struct
 import subprocess
+import sys
 from pathlib import Path
 
 import devicelayer
@@ -12,7 +13,8 @@ import devicelayer
 # The armhf installer that "installer" packages carry (the board command sets it to
 # the build tree's, the one the device layer's .deb was made from).
 INSTALLER = None
-STICK_SIZE_MB = 64
+STICK_SIZE_MB = 64  # at least; a stick for larger packages has room for them and 16 MB more
+BENCH_DATA = Path(__file__).resolve().parents[2] / "bench/makedata.py"
 PARTITION_START = 2048  # sectors of 512 bytes: the first partition at 1 MiB, as sticks come
 
 
@@ -42,7 +44,13 @@ def help_tree(directory, version, pages=40):
     (help_dir / "version.txt").write_text(f"version={version}\n")
 
 
-CONTENTS = {"program": program_tree, "help": help_tree}
+def bench_help_tree(directory, version):
+    """The bench's help files (1,550 files, 30 MB, partly incompressible) with their version.txt."""
+    subprocess.run([sys.executable, str(BENCH_DATA), "help", str(directory)], check=True)
+    (directory / "usr/local/share/corvane/help/version.txt").write_text(f"version={version}\n")
+
+
+CONTENTS = {"program": program_tree, "help": help_tree, "bench-help": bench_help_tree}
 
 
 def build_package(pack, private_key, out, row, work):
@@ -75,10 +83,11 @@ def master_boot_record(start, sectors):
 def make_image(files, image):
     """A partitioned stick image with one FAT partition holding the files."""
     image.unlink(missing_ok=True)
-    sectors = (STICK_SIZE_MB << 20) // 512 - PARTITION_START
+    size_mb = max(STICK_SIZE_MB, sum(path.stat().st_size for path in files) // (1 << 20) + 16)
+    sectors = (size_mb << 20) // 512 - PARTITION_START
     with open(image, "wb") as handle:
         handle.write(master_boot_record(PARTITION_START, sectors))
-        handle.truncate(STICK_SIZE_MB << 20)
+        handle.truncate(size_mb << 20)
     subprocess.run(["mkfs.vfat", "-F", "32", "-n", "STICK", "--offset", str(PARTITION_START), str(image),
                     str(sectors // 2)], check=True, stdout=subprocess.DEVNULL)
     partition = f"{image}@@{PARTITION_START * 512}"
