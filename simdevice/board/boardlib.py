@@ -467,6 +467,14 @@ class Board:
             time.sleep(0.2)
         return self.console.widgets[name]
 
+    def wait_box(self, timeout=60):
+        """Waits until the probe sees a message box."""
+        deadline = time.monotonic() + timeout
+        while not any(window["class"] == "QMessageBox" for window in self.console.windows):
+            if time.monotonic() > deadline:
+                raise BoardError(f"no message box within {timeout} s")
+            time.sleep(0.05)
+
     def tap_widget(self, name, timeout=60):
         """A tap on the widget where the probe sees it, or, when the installer was started
         without the probe, where the layout table says it is."""

@@ -177,13 +177,11 @@ def manifest(board):
     return files
 
 
-def new_contents(sources):
-    """The checksums of the files the stick's packages bring, by their path on the device."""
+def new_contents(stick_directory):
+    """The checksums of the files the stick's packages install, by their path on the device."""
     sums = {}
-    for tree in sources.iterdir():
-        for path in tree.rglob("*"):
-            if path.is_file() and not path.is_symlink():
-                sums["/" + path.relative_to(tree).as_posix()] = hashlib.md5(path.read_bytes()).hexdigest()
+    for archive in sorted(Path(stick_directory).glob("*.tar.bz2")):
+        sums.update(stick.package_contents(archive))
     return sums
 
 
@@ -321,15 +319,7 @@ class Runner:
         self.board.widget(name, STEP_TIMEOUT)
 
     def step_wait_box(self, _):
-        self.wait_for(lambda: any(window["class"] == "QMessageBox" for window in self.board.console.windows),
-                      "a message box")
-
-    def wait_for(self, condition, what):
-        deadline = time.monotonic() + STEP_TIMEOUT
-        while not condition():
-            if time.monotonic() > deadline:
-                raise boardlib.BoardError(f"timed out waiting for {what}")
-            time.sleep(0.2)
+        self.board.wait_box(STEP_TIMEOUT)
 
     def step_wait_console(self, text):
         self.board.console.wait(lambda line: line.startswith(text), STEP_TIMEOUT, self.console_seen, repr(text))
@@ -371,7 +361,7 @@ class Runner:
             self.say("  flash: " + line)
 
     def step_check_files(self, directory):
-        new = new_contents(self.out / "stick" / "sources")
+        new = new_contents(self.out / "stick" / "stick")
         files = {name: entry for name, entry in manifest(self.board).items() if name.startswith(directory + "/")}
         torn, leftovers = [], []
         for name, entry in sorted(files.items()):

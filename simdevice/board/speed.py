@@ -85,10 +85,7 @@ def window_round(board):
     since = len(board.console.lines)
     board.tap_widget("install")
     started = time.monotonic()
-    while not any(window["class"] == "QMessageBox" for window in board.console.windows):
-        if time.monotonic() - started > TIMEOUT:
-            raise boardlib.BoardError("no message box after Install")
-        time.sleep(0.05)
+    board.wait_box(TIMEOUT)
     ended = board.console.last_snapshot
     steps = window_steps(board.console, since, started, ended)
     steps["rest"] -= PAUSE_PER_PACKAGE * len(PACKAGES)

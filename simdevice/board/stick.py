@@ -1,11 +1,13 @@
 """USB sticks for the board: packages built with pkgupdate-pack, on a FAT file
 system in a partition of an image file, made without root (mkfs.vfat and mcopy)."""
 
+import hashlib
 import random
 import shutil
 import struct
 import subprocess
 import sys
+import tarfile
 from pathlib import Path
 
 import devicelayer
@@ -72,6 +74,22 @@ def build_package(pack, private_key, out, row, work):
         CONTENTS[kind](tree, version, *([int(size)] if size else []))
         sources = ["tree", str(tree)]
     subprocess.run(common[:2] + sources[:-1] + common[2:] + sources[-1:], check=True, stdout=subprocess.DEVNULL)
+
+
+def package_contents(archive):
+    """The checksums of the files a package installs, by their path on the device: a
+    file-list package's n-th file in the folder of its DEST_FILEn line, a tree
+    package's members where they are (its UPDATE.CONF, which every tree package
+    brings to the same place, left out)."""
+    with tarfile.open(archive, "r:bz2") as tar:
+        members = {member.name.removeprefix("./"): member for member in tar.getmembers() if member.isfile()}
+        script = tar.extractfile(members.pop("UPDATE.CONF")).read().decode()
+        keys = dict(tuple(part.strip() for part in line.split("=", 1)) for line in script.splitlines()
+                    if "=" in line and not line.startswith(";"))
+        names = keys.get("FILE_LIST", "").split()
+        paths = {f"{keys[f'DEST_FILE{number}'].rstrip('/')}/{name}": name for number, name in enumerate(names, 1)} \
+            if names else {"/" + name: name for name in members}
+        return {path: hashlib.md5(tar.extractfile(members[name]).read()).hexdigest() for path, name in paths.items()}
 
 
 def master_boot_record(start, sectors):
