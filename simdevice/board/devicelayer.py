@@ -24,6 +24,7 @@ BSP = "1.36.0"
 # What the technician finds installed before an update.
 PROGRAM_VERSION = "3.0.0"
 HELP_VERSION = "3.0.0"
+PUBLIC_KEY = "usr/local/share/corvane/qelsslkey.pem"  # the BSP's key, where the installer reads it
 # The panel's kernel names the BSP as the eighth dash-separated field.
 PROC_VERSION = ("Linux version 3.0.35-vesta-r4 (builder@vesta) (gcc version 4.6.2-glibc-2.13-linaro)"
                 " #1 PREEMPT-BSP-{bsp}-20140311\n")
@@ -118,7 +119,7 @@ def populate(root, unpacked, helpers, probe, public_key):
         put(lib / name, (helpers / name).read_bytes(), 0o755)
     put(lib / "plugins/generic" / probe.name, probe.read_bytes(), 0o755)
     share = root / "usr/local/share/corvane"
-    put(share / "qelsslkey.pem", public_key.read_bytes())
+    put(root / PUBLIC_KEY, public_key.read_bytes())
     put(share / "help/version.txt", f"version={HELP_VERSION}\n")
     put(share / "help/index.html", f"<h1>corvane help {HELP_VERSION}</h1>\n")
     for directory in ("proc", "sys", "dev", "tmp", "run", "media/usb", "var/log", "root"):

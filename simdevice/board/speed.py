@@ -19,38 +19,33 @@ import statistics
 import time
 
 import boardlib
+import devicelayer
 import stick
 
 PACKAGES = ["bin 3.1.0 program:50", "doc 3.1.0 bench-help --delete /usr/local/share/corvane/help"]
 PAUSE_PER_PACKAGE = 1.0  # the installer's pause after making its unpack directory
 TIMEOUT = 900
-KEY = "/usr/local/share/corvane/qelsslkey.pem"
 COLD = "sync; echo 3 >/proc/sys/vm/drop_caches"
 
 # By hand, each package: its DELETE lines, then verify, unpack and copy; one sync at
-# the end. Prints the seconds each step took, summed over the packages.
+# the end. Prints the device's clock before each step, a line per package, and then
+# before and after the sync.
 HAND = r"""
-now() { read -r up _ </proc/uptime; echo "$up"; }
-rm -f /tmp/hand.times
+now() { read -r up _ </proc/uptime; printf '%s ' "$up"; }
 for package in /media/usb/*.tar.bz2; do
     rm -rf /tmp/hand && mkdir /tmp/hand
-    t0=$(now)
-    openssl dgst -sha1 -verify KEY -signature "$package.sha1" "$package" >/dev/null
-    t1=$(now)
+    now
+    openssl dgst -sha1 -verify /KEY -signature "$package.sha1" "$package" >/dev/null
+    now
     tar -xjf "$package" -C /tmp/hand
-    t2=$(now)
+    now
     sed -n 's/^DELETE *= *//p' /tmp/hand/UPDATE.CONF | while read -r tree; do rm -rf "$tree"; done
     cp -a /tmp/hand/usr/. /usr/
-    t3=$(now)
-    echo "$t0 $t1 $t2 $t3" >>/tmp/hand.times
+    now; echo
 done
 rm -rf /tmp/hand
-t4=$(now)
-sync
-t5=$(now)
-awk -v sync="$t5 - $t4" '{ v += $2 - $1; u += $3 - $2; c += $4 - $3 }
-    END { split(sync, s, " - "); printf "%.2f %.2f %.2f %.2f\n", v, u, c, s[1] - s[2] }' /tmp/hand.times
-""".replace("KEY", KEY)
+now; sync; now; echo
+""".replace("KEY", devicelayer.PUBLIC_KEY)
 STEPS = ("verify", "unpack", "copy", "rest")
 # The first word of a message and the step it begins (None: between steps); any other
 # message is a file being copied.
@@ -93,8 +88,11 @@ def window_round(board):
 
 
 def hand_round(board):
+    """The hand pipeline's seconds, in all and per step (the sync as "rest")."""
     board.shell(COLD)
-    steps = dict(zip(STEPS, map(float, board.shell(HAND, timeout=TIMEOUT).split())))
+    *packages, sync = [list(map(float, line.split())) for line in board.shell(HAND, timeout=TIMEOUT).splitlines()]
+    steps = {step: sum(clock[index + 1] - clock[index] for clock in packages) for index, step in enumerate(STEPS[:3])}
+    steps["rest"] = sync[1] - sync[0]
     return sum(steps.values()), steps
 
 
@@ -123,4 +121,3 @@ def run(layer, out, pack, private_key, rounds):
     ratio = statistics.median(w / h for w, h in zip(window, hand))
     print(f"speed: through the window {statistics.median(window):.2f} s, by hand {statistics.median(hand):.2f} s, "
           f"ratio {ratio:.2f}x (medians of {rounds} rounds in one boot each)")
-    return True
