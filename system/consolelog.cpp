@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -9,9 +10,11 @@
 
 namespace {
 
-// Created once and never closed: messages may still come during process exit,
-// after the platform object is gone.
-QFile* g_consoleLog = nullptr;
+// Opened once and never closed: messages may still come during process exit,
+// after the platform object is gone. A plain descriptor, not a buffered file: the
+// toolkit's input handlers log from threads of their own, and a buffer shared
+// between threads writes a line twice or loses one.
+std::atomic<int> g_consoleFd { -1 };
 
 // Longer texts are cut, so that a huge value from a package cannot flood the console.
 const int kMaxConsoleCharacters = 4096;
@@ -51,12 +54,10 @@ bool isConsoleMessage(QtMsgType type, const QMessageLogContext& context)
 
 bool openConsoleLog(const QString& path, QString& error)
 {
-    if (g_consoleLog && g_consoleLog->isOpen())
+    if (g_consoleFd >= 0)
         return true;
-    delete g_consoleLog;
-    g_consoleLog = new QFile;
-    // O_APPEND: a console that is a plain file keeps what was written before. QFile's
-    // own Append mode would seek, which a terminal refuses with a warning of its own.
+    // O_APPEND: a console that is a plain file keeps what was written before, and a
+    // message written at once is never mixed with another thread's.
     // O_NOCTTY: the console must not become the installer's controlling terminal,
     // whose hang-up or interrupt key would end it in the middle of an installation.
     const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY);
@@ -64,20 +65,27 @@ bool openConsoleLog(const QString& path, QString& error)
         error = QString::fromLocal8Bit(std::strerror(errno));
         return false;
     }
-    if (g_consoleLog->open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle))
-        return true;
-    error = g_consoleLog->errorString();
-    ::close(fd);
-    return false;
+    int none = -1;
+    if (!g_consoleFd.compare_exchange_strong(none, fd))
+        ::close(fd);
+    return true;
 }
 
 void consoleMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    if (!g_consoleLog || !g_consoleLog->isOpen() || !isConsoleMessage(type, context))
+    const int fd = g_consoleFd;
+    if (fd < 0 || !isConsoleMessage(type, context))
         return;
     const QByteArray bytes = consoleText(type, text);
-    if (bytes.isEmpty())
-        return;
-    g_consoleLog->write(bytes);
-    g_consoleLog->flush();
+    const int savedErrno = errno; // the code that logs may still read it
+    // One write per message; a terminal may take less, and the rest follows.
+    for (qsizetype done = 0; done < bytes.size();) {
+        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            break;
+        done += written;
+    }
+    errno = savedErrno;
 }
