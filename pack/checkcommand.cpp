@@ -35,7 +35,7 @@ CCommandLine::Help checkHelp()
                        "    is not absolute, a copy that fails (a missing file, a link naming no file\n"
                        "    of the package), an installer that would not start on the hand-over, a\n"
                        "    help version.txt that differs from the name, a blank in a file name, a\n"
-                       "    version it reads differently;\n"
+                       "    version it reads differently, a BSP no device has a key for;\n"
                        "  - in which order Install would install the pre-selected packages, where it\n"
                        "    would stop and what the device does next.\n"
                        "The defaults of the device options are those of the simulated device, so that\n"

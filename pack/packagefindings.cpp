@@ -390,6 +390,12 @@ QList<PackageFinding> nameFindings(const QString& archiveName)
             QStringLiteral("the device reads the version '%1' as %2 (it reads a.b.c or one number)")
                 .arg(record.versionText, record.selected ? record.version.toString() : QStringLiteral("unknown")));
     }
+    // An old-style "pkg" package has no BSP of its own here: it fits every device.
+    if (record.priority != KindUnrecognised && !record.bsp.isEmpty() && UpdateKeys::forBsp(record.bsp).isNull()) {
+        findings << fault("bsp-without-key",
+            QStringLiteral("no device takes BSP '%1': devices have a signature key only for BSP %2")
+                .arg(record.bsp, UpdateKeys::knownBsps().join(QStringLiteral(", "))));
+    }
     return findings;
 }
 

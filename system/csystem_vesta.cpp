@@ -80,13 +80,32 @@ QString UpdateKeys::bsp141Key()
     return QString::fromLatin1(kKeyFile141);
 }
 
+namespace {
+
+// The BSP versions the device has a public key for, with that key.
+struct BspKey {
+    const char* bsp;
+    const char* keyFile;
+};
+const BspKey kBspKeys[] = { { "1.7.0", kKeyFile }, { "1.36.0", kKeyFile }, { "1.41.0", kKeyFile141 } };
+
+} // namespace
+
 QString UpdateKeys::forBsp(const QString& bspVersion)
 {
-    if (bspVersion == QLatin1String("1.7.0") || bspVersion == QLatin1String("1.36.0"))
-        return standardKey();
-    if (bspVersion == QLatin1String("1.41.0"))
-        return bsp141Key();
+    for (const BspKey& entry : kBspKeys) {
+        if (bspVersion == QLatin1String(entry.bsp))
+            return QString::fromLatin1(entry.keyFile);
+    }
     return QString();
+}
+
+QStringList UpdateKeys::knownBsps()
+{
+    QStringList versions;
+    for (const BspKey& entry : kBspKeys)
+        versions << QString::fromLatin1(entry.bsp);
+    return versions;
 }
 
 bool verifyPackageSignature(

@@ -66,6 +66,8 @@ namespace UpdateKeys {
 [[nodiscard]] QString bsp141Key();
 // The key a device with this BSP version uses; null for any other version.
 [[nodiscard]] QString forBsp(const QString& bspVersion);
+// The BSP versions that have a key, oldest first.
+[[nodiscard]] QStringList knownBsps();
 } // namespace UpdateKeys
 
 // Checks the package's detached "<package>.sha1" signature with openssl and the
