@@ -114,6 +114,11 @@ QSet<QString> directoriesOf(const QList<Member>& members)
 QList<PackageFinding> linkFindings(const QList<Member>& members)
 {
     const QSet<QString> directories = directoriesOf(members);
+    QSet<QString> files;
+    for (const Member& member : members) {
+        if (member.type == QLatin1Char('-'))
+            files.insert(member.path);
+    }
     QList<PackageFinding> findings;
     for (const Member& member : members) {
         if (member.type != QLatin1Char('l'))
@@ -124,9 +129,14 @@ QList<PackageFinding> linkFindings(const QList<Member>& members)
         const QString quotedPath = QLatin1Char('\'') + member.path + QLatin1Char('\'');
         if (member.linkTarget.startsWith(QLatin1Char('/')) || target == QLatin1String("..")
             || target.startsWith(QLatin1String("../"))) {
-            findings.append({ PackageFinding::Refusal,
-                QStringLiteral("link %1 points out of the package (%2)").arg(quotedPath, member.linkTarget),
-                "link-out-of-package" });
+            QString text = QStringLiteral("link %1 points out of the package (%2)").arg(quotedPath, member.linkTarget);
+            // Unpacked, an absolute link names the device's file, not the package's.
+            const QString absolute = QDir::cleanPath(member.linkTarget).mid(1);
+            if (member.linkTarget.startsWith(QLatin1Char('/')) && files.contains(absolute)) {
+                text += QStringLiteral(": to the package's own file, write it relative: '%1'")
+                            .arg(QDir(QLatin1Char('/') + parent).relativeFilePath(QLatin1Char('/') + absolute));
+            }
+            findings.append({ PackageFinding::Refusal, text, "link-out-of-package" });
         } else if (directories.contains(target)) {
             findings.append({ PackageFinding::Refusal,
                 QStringLiteral("link %1 is a link to a directory (%2)").arg(quotedPath, member.linkTarget),
