@@ -15,8 +15,6 @@
 
 namespace {
 
-const QString updateConfName = QStringLiteral("UPDATE.CONF");
-
 const char* boolText(bool value)
 {
     return value ? "true" : "false";
@@ -87,7 +85,7 @@ int CWorker::installPackage(UpdatePackage& package)
     m_system.PrepareTempDir();
     if (!verifyAndUnpack(package))
         return InstallFailed;
-    const QFileInfo updateConf(m_system.tempDir + QLatin1Char('/') + updateConfName);
+    const QFileInfo updateConf(m_system.tempDir + QLatin1Char('/') + QLatin1String(kUpdateConfName));
     if (!updateConf.exists()) {
         qCritical() << "UPDATE.CONF not found!";
         Q_EMIT message(tr("UPDATE.CONF not found!"));

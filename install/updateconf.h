@@ -10,6 +10,9 @@
 // double quote loses every double quote.
 [[nodiscard]] bool parseUpdateConfLine(const QString& line, QString& key, QString& value);
 
+// The script's name, at the top of the unpacked package.
+const char kUpdateConfName[] = "UPDATE.CONF";
+
 // The part of UPDATE.CONF that is read; the rest is dropped with a console warning.
 const int kMaxUpdateConfBytes = 64 * 1024;
 

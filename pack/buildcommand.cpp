@@ -158,7 +158,7 @@ Outcome checkOptionsApply(const BuildRequest& request)
 {
     const bool ownConf = !request.conf.isEmpty()
         || (request.mode == QLatin1String("tree")
-            && QFileInfo::exists(request.sources.value(0) + QStringLiteral("/UPDATE.CONF")));
+            && QFileInfo::exists(request.sources.value(0) + QLatin1Char('/') + QLatin1String(kUpdateConfName)));
     if (ownConf && (!request.remove.isEmpty() || !request.confBsp.isEmpty()))
         return usage(QStringLiteral("--delete and --conf-bsp write UPDATE.CONF, but the package brings its own "
                                     "(--conf or SOURCEDIR/UPDATE.CONF): put DELETE and BSP there"));
@@ -271,7 +271,7 @@ Outcome stageTree(const BuildRequest& request, const QString& stage, Script& scr
     if (!QFileInfo(source).isDir())
         return usage(QStringLiteral("'%1' is not a directory").arg(source));
     Outcome outcome = copy(source + QStringLiteral("/."), stage);
-    const QString conf = stage + QStringLiteral("/UPDATE.CONF");
+    const QString conf = stage + QLatin1Char('/') + QLatin1String(kUpdateConfName);
     if (outcome.ok() && !request.conf.isEmpty())
         return copy(request.conf, conf);
     if (outcome.ok() && !QFileInfo::exists(conf))
@@ -293,6 +293,9 @@ Outcome stageFiles(const BuildRequest& request, const QString& stage, Script& sc
         const QString name = QFileInfo(file).fileName();
         if (script.files.contains(name))
             return usage(QStringLiteral("two files named '%1': the package holds its files flat").arg(name));
+        if (name == QLatin1String(kUpdateConfName))
+            return usage(
+                QStringLiteral("a file named '%1': the package's script of that name would take its place").arg(name));
         // The device copies files, not links: a link (corvane -> corvane-3.3.0) is
         // packed as the file it points to, under the link's name.
         if (QFileInfo(file).isSymLink()) {
@@ -310,9 +313,9 @@ Outcome stageFiles(const BuildRequest& request, const QString& stage, Script& sc
     text += QStringLiteral("FILE_LIST = %1\n").arg(script.files.join(QLatin1Char(' ')));
     if (!request.conf.isEmpty()) {
         script = Script();
-        return copy(request.conf, stage + QStringLiteral("/UPDATE.CONF"));
+        return copy(request.conf, stage + QLatin1Char('/') + QLatin1String(kUpdateConfName));
     }
-    return writeText(stage + QStringLiteral("/UPDATE.CONF"), text);
+    return writeText(stage + QLatin1Char('/') + QLatin1String(kUpdateConfName), text);
 }
 
 // The script written must read back, with the installer's reader, to the keys meant,
@@ -554,7 +557,7 @@ Outcome buildPackage(BuildRequest request)
     if (outcome.ok() && request.launcher && request.mode == QLatin1String("tree"))
         outcome = writeLauncher(stage + CSystemTemplate::standardInstallerPath());
     if (outcome.ok())
-        outcome = checkScript(stage + QStringLiteral("/UPDATE.CONF"), script);
+        outcome = checkScript(stage + QLatin1Char('/') + QLatin1String(kUpdateConfName), script);
     if (outcome.ok())
         outcome = pack(request, stage, fileName, work.path());
     return outcome;

@@ -343,7 +343,7 @@ QList<PackageFinding> helpVersionFindings(
 // with its own reader.
 QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Member>& members)
 {
-    const Member* conf = fileAt(members, QStringLiteral("UPDATE.CONF"));
+    const Member* conf = fileAt(members, QLatin1String(kUpdateConfName));
     if (!conf || conf->type != QLatin1Char('-'))
         return { fault(FindingKind::UpdateConfMissing,
             QStringLiteral("no UPDATE.CONF at the top: the device stops with \"UPDATE.CONF not found!\"")) };
@@ -376,7 +376,7 @@ QList<PackageFinding> scriptFindings(const QString& archivePath, const QList<Mem
 
 QMap<QString, QString> packageScript(const QString& archivePath, const QList<PackageMember>& members)
 {
-    const Member* conf = fileAt(members, QStringLiteral("UPDATE.CONF"));
+    const Member* conf = fileAt(members, QLatin1String(kUpdateConfName));
     if (!conf || conf->type != QLatin1Char('-'))
         return {};
     MemberFile confFile(archivePath, *conf);
