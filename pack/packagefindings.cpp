@@ -394,11 +394,17 @@ QList<PackageFinding> nameFindings(const QString& archiveName)
     }
     UpdatePackage record { QFileInfo(archiveName) };
     parseName(record, QString());
-    static const QRegularExpression plainVersion(QStringLiteral("^(\\d+\\.\\d+\\.\\d+|\\d+)$"));
-    if (record.priority != KindUnrecognised && !plainVersion.match(record.versionText).hasMatch()) {
+    // The device's own reading: a.b.c shows as it is written, one number as "Build N".
+    static const QRegularExpression oneNumber(QStringLiteral("^\\d+$"));
+    const QString written = oneNumber.match(record.versionText).hasMatch()
+        ? QStringLiteral("Build ") + record.versionText
+        : record.versionText;
+    const QString read = record.selected ? record.version.toString() : QStringLiteral("unknown");
+    if (record.priority != KindUnrecognised && read != written) {
         findings << fault("version-read-differently",
-            QStringLiteral("the device reads the version '%1' as %2 (it reads a.b.c or one number)")
-                .arg(record.versionText, record.selected ? record.version.toString() : QStringLiteral("unknown")));
+            QStringLiteral("the device reads the version '%1' as %2 (it reads a.b.c or one number, in decimal "
+                           "without leading zeros, each at most 2147483647)")
+                .arg(record.versionText, read));
     }
     // An old-style "pkg" package has no BSP of its own here: it fits every device.
     if (record.priority != KindUnrecognised && !record.bsp.isEmpty() && UpdateKeys::forBsp(record.bsp).isNull()) {
