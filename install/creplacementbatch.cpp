@@ -134,11 +134,16 @@ CReplacementBatch::Staging CReplacementBatch::stageCopy(const QString& source, c
     if (isDirectory(target))
         return Staging::Failed;
     const int fileSystem = enterDirectory(target);
-    const int in = fileSystem < 0 ? -1 : ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
+    // Only a regular file is opened: opening a FIFO waits for a writer that never
+    // comes, and opening a device node may start what the device drives.
+    const QByteArray from = QFile::encodeName(source);
+    struct stat info;
+    if (fileSystem < 0 || ::stat(from.constData(), &info) != 0 || !S_ISREG(info.st_mode))
+        return Staging::Failed;
+    const int in = ::open(from.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (in < 0)
         return Staging::Failed;
     const QByteArray staging = QFile::encodeName(stagingPath(destination));
-    struct stat info;
     const int error = ::fstat(in, &info) != 0 ? errno : S_ISREG(info.st_mode) ? writeCopy(in, info, staging) : EINVAL;
     ::close(in);
     if (error == 0) {

@@ -54,6 +54,8 @@ bool writeEntry(const QString& root, const QString& line)
     QDir().mkpath(QFileInfo(path).path());
     if (isLink)
         return QFile::link(value, path);
+    if (value == QLatin1String("<fifo>"))
+        return ::mkfifo(QFile::encodeName(path).constData(), 0644) == 0;
     return TestTools::writeFile(path, unescaped(value)) && (!hasMode || ::chmod(QFile::encodeName(path), mode) == 0);
 }
 

@@ -14,7 +14,7 @@ QString escaped(const QByteArray& text);
 QByteArray unescaped(const QString& text);
 
 // Creates what one line describes: "path [octal mode] = content" (content with
-// escapes) or "path -> target" (a symbolic link). A relative path is taken from
+// escapes), "path = <fifo>" (a named pipe) or "path -> target" (a symbolic link). A relative path is taken from
 // root; missing directories are created.
 bool writeEntry(const QString& root, const QString& line);
 
