@@ -236,6 +236,22 @@ PackageFinding fault(const char* kind, const QString& text)
     return { PackageFinding::Fault, text, kind };
 }
 
+// The device copies files, links and directories: a tree leaves a named pipe or a
+// device node out, and a listed one fails to copy.
+QList<PackageFinding> specialFileFindings(const QList<Member>& members)
+{
+    static const QString special = QStringLiteral("pcb");
+    QList<PackageFinding> findings;
+    for (const Member& member : members) {
+        if (special.contains(member.type)) {
+            findings << fault("special-file",
+                QStringLiteral("'%1' is a named pipe or a device node (type %2): the device does not copy it")
+                    .arg(member.path, member.type));
+        }
+    }
+    return findings;
+}
+
 // The installer's DELETE rule, with the device's links unknown to the host: the
 // path is resolved lexically.
 bool deleteRefused(const QString& path)
@@ -422,7 +438,8 @@ QList<PackageFinding> packageFindings(const QString& archivePath)
     if (!packageMembers(archivePath, members, failure))
         return { { PackageFinding::Unreadable, failure, "unreadable" } };
     return linkFindings(members) + sizeFindings(members, QFileInfo(archivePath).size())
-        + nameFindings(QFileInfo(archivePath).fileName()) + scriptFindings(archivePath, members);
+        + nameFindings(QFileInfo(archivePath).fileName()) + specialFileFindings(members)
+        + scriptFindings(archivePath, members);
 }
 
 QString findingLine(const QString& archiveName, const PackageFinding& finding)

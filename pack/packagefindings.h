@@ -46,7 +46,8 @@ inline constexpr char HandOverFails[] = "hand-over-fails"; // the application st
 // links, its size, and what the installer would get wrong following its
 // UPDATE.CONF (a DELETE it refuses, a destination that is not absolute, a copy
 // that fails, a hand-over that would not start, a help-files version that differs
-// from the name's), and what the device reads differently in its file name.
+// from the name's), named pipes and device nodes it does not copy, and what the
+// device reads differently in its file name.
 [[nodiscard]] QList<PackageFinding> packageFindings(const QString& archivePath);
 
 // What the device reads differently from the archive's file name: a blank (its
