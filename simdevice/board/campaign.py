@@ -48,7 +48,7 @@ class Shape:
         self.name = name
         work = out / "sticks" / name.replace("+", "-")
         self.image, _ = stick.make_stick(pack, private_key, SHAPES[name], work)
-        self.new = scenario.new_contents(work / "stick")
+        self.new = scenario.new_contents(pack, work / "stick")
         self.deletes = HELP if any("--delete" in row for row in SHAPES[name]) else None
         self.seconds = None  # from the tap on Install to the end, once seen
         self.markers = None  # marker lines in that time

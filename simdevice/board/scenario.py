@@ -177,11 +177,11 @@ def manifest(board):
     return files
 
 
-def new_contents(stick_directory):
+def new_contents(pack, stick_directory):
     """The checksums of the files the stick's packages install, by their path on the device."""
     sums = {}
     for archive in sorted(Path(stick_directory).glob("*.tar.bz2")):
-        sums.update(stick.package_contents(archive))
+        sums.update(stick.package_contents(pack, archive))
     return sums
 
 
@@ -361,7 +361,7 @@ class Runner:
             self.say("  flash: " + line)
 
     def step_check_files(self, directory):
-        new = new_contents(self.out / "stick" / "stick")
+        new = new_contents(self.pack, self.out / "stick" / "stick")
         files = {name: entry for name, entry in manifest(self.board).items() if name.startswith(directory + "/")}
         torn, leftovers = [], []
         for name, entry in sorted(files.items()):

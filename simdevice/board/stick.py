@@ -2,6 +2,7 @@
 system in a partition of an image file, made without root (mkfs.vfat and mcopy)."""
 
 import hashlib
+import json
 import random
 import shutil
 import struct
@@ -76,16 +77,18 @@ def build_package(pack, private_key, out, row, work):
     subprocess.run(common[:2] + sources[:-1] + common[2:] + sources[-1:], check=True, stdout=subprocess.DEVNULL)
 
 
-def package_contents(archive):
+def package_contents(pack, archive):
     """The checksums of the files a package installs, by their path on the device: a
     file-list package's n-th file in the folder of its DEST_FILEn line, a tree
     package's members where they are (its UPDATE.CONF, which every tree package
-    brings to the same place, left out)."""
+    brings to the same place, left out). The script is read by pkgupdate-pack info,
+    with the installer's own reader."""
+    info = json.loads(subprocess.run([str(pack), "info", "--json", str(archive)], check=True,
+                                     capture_output=True, text=True).stdout)
+    keys = info["updateConf"] or {}  # null: a script without keys (a tree package)
     with tarfile.open(archive, "r:bz2") as tar:
         members = {member.name.removeprefix("./"): member for member in tar.getmembers() if member.isfile()}
-        script = tar.extractfile(members.pop("UPDATE.CONF")).read().decode()
-        keys = dict(tuple(part.strip() for part in line.split("=", 1)) for line in script.splitlines()
-                    if "=" in line and not line.startswith(";"))
+        members.pop("UPDATE.CONF")
         names = keys.get("FILE_LIST", "").split()
         paths = {f"{keys[f'DEST_FILE{number}'].rstrip('/')}/{name}": name for number, name in enumerate(names, 1)} \
             if names else {"/" + name: name for name in members}
